@@ -1,0 +1,47 @@
+#include "model/Context.h"
+
+#include "model/CKitMgr.h"
+#include "model/CPatternMgr.h"
+#include "model/NotificationCenter.h"
+
+#include <atomic>
+#include <cassert>
+#include <cstdio>
+#include <cstdlib>
+
+namespace tavrel {
+
+namespace {
+// Set before any worker thread starts and read by them; atomic so that the hand-over is clean.
+std::atomic<Context*> gCurrent{nullptr};
+}  // namespace
+
+Context::Context()
+    : mPrevious(gCurrent.load()),
+      mNotifications(std::make_unique<NotificationCenter>()),
+      mKits(std::make_unique<CKitMgr>()) {
+    // The collection posts while it is built, so the context must already be current.
+    gCurrent.store(this);
+    mPatterns = std::make_unique<CPatternMgr>();
+}
+
+Context::~Context() {
+    while (!mInstalled.empty()) mInstalled.pop_back();
+    mPatterns.reset();
+    gCurrent.store(mPrevious);
+}
+
+Context& Context::current() {
+    Context* c = gCurrent.load();
+    if (c == nullptr) {
+        std::fputs("tavrel: no process context has been created\n", stderr);
+        std::abort();
+    }
+    return *c;
+}
+
+bool Context::exists() {
+    return gCurrent.load() != nullptr;
+}
+
+}  // namespace tavrel
