@@ -151,12 +151,17 @@ TEST_F(PhraseDataTest, EmptyVariationKeepsItsOwnSignature) {
 
 // Four quarter notes and End of Track at 96 ticks per quarter, tempo 150.
 void writeSmallSmf(const std::filesystem::path& path, std::uint8_t note) {
-    const unsigned char
-        bytes[] = {'M',  'T',  'h',  'd',  0,    0,    0,    6,    0,    0,
-                   0,    1,    0,    96,   'M',  'T',  'r',  'k',  0,    0,
-                   0,    24,   0x00, 0xFF, 0x51, 0x03, 0x06, 0x1A, 0x80,  // 400,000 us a quarter
-                   0x00, 0x99, note, 100,  0x60, note, 90,   0x60, note, 80,
-                   0x60, note, 70,   0x60, 0xFF, 0x2F, 0x00};
+    // clang-format off
+    const unsigned char bytes[] = {
+        'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, 0, 0, 1, 0, 96,
+        'M', 'T', 'r', 'k', 0, 0, 0, 24,
+        0x00, 0xFF, 0x51, 0x03, 0x06, 0x1A, 0x80,  // 400,000 us a quarter
+        0x00, 0x99, note, 100,
+        0x60, note, 90,
+        0x60, note, 80,
+        0x60, note, 70,
+        0x60, 0xFF, 0x2F, 0x00};
+    // clang-format on
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes), sizeof bytes);
 }
 

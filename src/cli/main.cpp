@@ -1,0 +1,49 @@
+// tavrel-cli: the pattern tools without the desktop program.
+#include "cli/Command.h"
+#include "cli/SmfCommand.h"
+#include "model/Context.h"
+
+#include <iostream>
+#include <string_view>
+
+namespace {
+
+struct Entry {
+    std::string_view name;
+    int (*run)(const tavrel::cli::Args&, tavrel::cli::CommandIo);
+    const char* (*usage)();
+    std::string_view about;
+};
+
+constexpr Entry kCommands[] = {
+    {"smf", &tavrel::cli::SmfCommand::run, &tavrel::cli::SmfCommand::usage,
+     "show what the MIDI file reader makes of a file"},
+};
+
+void printUsage(std::ostream& out) {
+    out << "usage: tavrel-cli COMMAND [ARGS]\n";
+    for (const Entry& e : kCommands) out << "  " << e.usage() << "\n      " << e.about << '\n';
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        printUsage(std::cerr);
+        return tavrel::cli::kExitUsage;
+    }
+    const std::string_view name = argv[1];
+    if (name == "-h" || name == "--help" || name == "help") {
+        printUsage(std::cout);
+        return tavrel::cli::kExitOk;
+    }
+    for (const Entry& e : kCommands) {
+        if (e.name == name) {
+            tavrel::Context context;
+            return e.run(tavrel::cli::Args(argv + 2, argv + argc), {std::cout, std::cerr});
+        }
+    }
+    std::cerr << "tavrel-cli: unknown command '" << name << "'\n";
+    printUsage(std::cerr);
+    return tavrel::cli::kExitUsage;
+}
