@@ -1,5 +1,8 @@
 // tavrel-cli: the pattern tools without the desktop program.
 #include "cli/Command.h"
+#include "cli/ConvertCommand.h"
+#include "cli/ListCommand.h"
+#include "cli/MemoryCommand.h"
 #include "cli/SmfCommand.h"
 #include "model/Context.h"
 
@@ -18,6 +21,12 @@ struct Entry {
 constexpr Entry kCommands[] = {
     {"smf", &tavrel::cli::SmfCommand::run, &tavrel::cli::SmfCommand::usage,
      "show what the MIDI file reader makes of a file"},
+    {"convert", &tavrel::cli::ConvertCommand::run, &tavrel::cli::ConvertCommand::usage,
+     "turn MIDI files into a pattern file, one pattern each"},
+    {"list", &tavrel::cli::ListCommand::run, &tavrel::cli::ListCommand::usage,
+     "show every pattern of a pattern file"},
+    {"memory", &tavrel::cli::MemoryCommand::run, &tavrel::cli::MemoryCommand::usage,
+     "show kit and tempo of the user patterns in the unit's 50 memories"},
 };
 
 void printUsage(std::ostream& out) {

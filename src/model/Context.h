@@ -34,16 +34,21 @@ public:
 
     // Objects of the layers above the model (sequencer, MIDI transport, device link, ...) are
     // installed by whoever starts the program, in start-up order, and destroyed in reverse.
-    template <class T>
+    // `Also` names interfaces the object is found by as well, so that a lower layer can reach
+    // it without knowing its class (the files layer finds the unit's storage this way).
+    template <class T, class... Also>
     T& install(std::unique_ptr<T> object) {
-        T& ref = *object;
-        mInstalled.push_back({typeid(T), std::shared_ptr<void>(std::move(object))});
-        return ref;
+        T* raw = object.get();
+        std::shared_ptr<void> owner(std::move(object));
+        mInstalled.push_back({typeid(T), owner, raw});
+        (mInstalled.push_back({typeid(Also), nullptr, static_cast<Also*>(raw)}), ...);
+        return *raw;
     }
+    // The most recently installed object of type T, or null.
     template <class T>
     T* find() const {
-        for (const auto& [type, ptr] : mInstalled) {
-            if (type == typeid(T)) return static_cast<T*>(ptr.get());
+        for (auto it = mInstalled.rbegin(); it != mInstalled.rend(); ++it) {
+            if (it->type == typeid(T)) return static_cast<T*>(it->object);
         }
         return nullptr;
     }
@@ -54,7 +59,12 @@ private:
     std::unique_ptr<NotificationCenter> mNotifications;
     std::unique_ptr<CKitMgr> mKits;
     std::unique_ptr<CPatternMgr> mPatterns;
-    std::vector<std::pair<std::type_index, std::shared_ptr<void>>> mInstalled;
+    struct Installed {
+        std::type_index type;
+        std::shared_ptr<void> owner;  // null for an interface entry of an object owned above
+        void* object;
+    };
+    std::vector<Installed> mInstalled;
 };
 
 }  // namespace tavrel

@@ -1,0 +1,4 @@
+tavrel_test(tavrel_patternfile_tests files
+  AtomicFileWriterTest.cpp
+)
+target_link_libraries(tavrel_patternfile_tests PRIVATE tavrel::files)
