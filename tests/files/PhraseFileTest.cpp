@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -90,20 +89,6 @@ TEST(PhraseFileHeader, AcceptsFormatsZeroAndOneAndRefusesTheRest) {
         EXPECT_EQ(reader.getSeqData(), nullptr);
         EXPECT_EQ(reader.getSeqDataCount(), 0);
     }
-}
-
-TEST(PhraseFileHeader, DivisionSetsTheScaleToNineHundredSixtyPerQuarter) {
-    const auto coef = [](std::uint16_t division) {
-        CPhraseFile reader;
-        reader.checkSmfBytes(smfHeader(0, 1, division));
-        return reader.tpqnCoef();
-    };
-    EXPECT_EQ(coef(480), 2.0f);
-    EXPECT_EQ(coef(96), 10.0f);
-    EXPECT_EQ(coef(1920), 0.5f);
-    // A time-code division is read as a plain count: -25 fps, 40 per frame is 0xE728.
-    EXPECT_EQ(coef(0xE728), 960.0f / 59176.0f);
-    EXPECT_TRUE(std::isinf(coef(0)));
 }
 
 TEST(PhraseFileHeader, ReadsFilesFromDisk) {
