@@ -185,7 +185,9 @@ std::size_t CPhraseFile::parseTrk(int /*track*/, std::size_t index,
         std::uint32_t delta = 0;
         if (!readVlq(data, pos, delta)) return size;
         // Each delta is scaled and truncated by itself, so a division that does not divide
-        // 960 loses a little on every event; the loss accumulates along the track.
+        // 960 loses a little on every event; the loss accumulates along the track. The delta
+        // is a signed 32-bit count like the running time: one of 2^31 or more (only possible
+        // with a glued-on 0xF7) counts backwards.
         const float scaled = static_cast<float>(static_cast<std::int32_t>(delta)) * mTpqnCoef;
         time = addWrapping(time, truncToInt32(scaled));
         if (pos >= size) return size;
@@ -282,7 +284,8 @@ std::size_t CPhraseFile::parseMeta(std::span<const std::uint8_t> data, std::size
 void CPhraseFile::mergTrack() {
     // Every entry with note 0 leaves the list: end markers, and note-ons for key 0, which are
     // not told apart from them. The latest in sorted order is the one with the highest time,
-    // and that time ends the phrase; -1 means none was found.
+    // and that time ends the phrase; -1 means none was found (an end that lies at -1 after
+    // the running time wrapped is taken for none as well).
     std::int32_t endTime = -1;
     bool sawEnd = false;
     std::int32_t latestEnd = std::numeric_limits<std::int32_t>::min();
