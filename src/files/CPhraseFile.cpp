@@ -9,6 +9,8 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <mutex>
+#include <optional>
 
 namespace tavrel {
 
@@ -115,6 +117,26 @@ bool readWholeFile(const std::filesystem::path& path, std::vector<std::uint8_t>&
     return ok;
 }
 
+// The last file loaded by path and the reader that resulted. A MIDI file loaded as a new
+// pattern goes through ten readers, one per variation: the file is still read every time,
+// but its parse is reused when the bytes are the same and so is the tempo the reader held
+// before (the only state a load can carry over). Keyed by content rather than by name and
+// time stamp, so an edited file is never mistaken for the old one.
+struct LastLoad {
+    std::mutex lock;
+    std::vector<std::uint8_t> bytes;
+    std::int32_t tempoBefore = 0;
+    std::optional<CPhraseFile> reader;
+};
+
+// Larger files are parsed every time rather than kept for the life of the process.
+constexpr std::size_t kLastLoadLimit = std::size_t{4} << 20;
+
+LastLoad& lastLoad() {
+    static LastLoad last;
+    return last;
+}
+
 }  // namespace
 
 int CPhraseFile::checkSmf(const std::filesystem::path& path) {
@@ -126,7 +148,23 @@ int CPhraseFile::checkSmf(const std::filesystem::path& path) {
 bool CPhraseFile::loadSmf(const std::filesystem::path& path) {
     std::vector<std::uint8_t> bytes;
     if (!readWholeFile(path, bytes)) return false;
-    return loadSmfBytes(bytes);
+    LastLoad& last = lastLoad();
+    const std::int32_t tempoBefore = mTempo;
+    {
+        std::lock_guard guard(last.lock);
+        if (last.reader && last.tempoBefore == tempoBefore && last.bytes == bytes) {
+            *this = *last.reader;
+            return true;
+        }
+    }
+    if (!loadSmfBytes(bytes)) return false;
+    if (bytes.size() <= kLastLoadLimit) {
+        std::lock_guard guard(last.lock);
+        last.bytes = std::move(bytes);
+        last.tempoBefore = tempoBefore;
+        last.reader = *this;
+    }
+    return true;
 }
 
 int CPhraseFile::checkSmfBytes(std::span<const std::uint8_t> data) {

@@ -1,7 +1,10 @@
 #include "files/CFileDataMgr.h"
+#include "files/CPhraseFile.h"
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "support/NotificationRecorder.h"
+
+#include <algorithm>
 
 #include "PatternFileFixture.h"
 #include "SmfBuilder.h"
@@ -16,17 +19,17 @@ using test::smfFile;
 using test::TrackBuilder;
 
 // Two bars of quarter-note kicks at division 96, so file ticks are the unit's steps.
-TrackBuilder kicks() {
+TrackBuilder kicks(std::uint8_t velocity = 100) {
     TrackBuilder t;
-    t.noteOn(0, 36, 100);
-    for (int i = 1; i < 8; ++i) t.noteOn(96, 36, 100);
+    t.noteOn(0, 36, velocity);
+    for (int i = 1; i < 8; ++i) t.noteOn(96, 36, velocity);
     return t;
 }
 
-Bytes grooveAt(std::uint32_t microsPerQuarter) {
-    return smfFile(
-        0, 96,
-        {TrackBuilder().tempo(0, microsPerQuarter).raw(kicks().body()).endOfTrack(96).chunk()});
+Bytes grooveAt(std::uint32_t microsPerQuarter, std::uint8_t velocity = 100) {
+    TrackBuilder t;
+    t.tempo(0, microsPerQuarter).raw(kicks(velocity).body()).endOfTrack(96);
+    return smfFile(0, 96, {t.chunk()});
 }
 
 Bytes grooveWithoutTempo() {
@@ -159,6 +162,33 @@ TEST_F(LoadSmfTest, ARefusedHeaderStillGivesAnEmptyPattern) {
     EXPECT_EQ(last()->getPhraseAtVariation(0)->getSeqData(), nullptr);
     EXPECT_EQ(last()->getTempo(), 120);
     EXPECT_TRUE(alerts->shown.empty());
+}
+
+// The ten readers of one load share one parse; what they get must not differ from a parse of
+// their own.
+TEST_F(LoadSmfTest, ReadersSharingAParseGetWhatTheirOwnParseWouldGive) {
+    // Rewritten in place at once, same size: the time stamp may well not change.
+    const fs::path path = midi("edited.mid", grooveAt(500000));
+    ASSERT_TRUE(CFileDataMgr::loadSmf(path));
+    midi("edited.mid", grooveAt(500000, 127));
+    ASSERT_TRUE(CFileDataMgr::loadSmf(path));
+    for (int v = 0; v < kVariationCount; ++v) {
+        EXPECT_EQ((*last()->getPhraseAtVariation(v)->getSeqData())[0].velocity, 127) << v;
+    }
+
+    // A reader keeps the tempo of an earlier file when the next one has none.
+    const fs::path plain = midi("plain.mid", grooveWithoutTempo());
+    const fs::path fast = midi("fast.mid", grooveAt(300000));
+    CPhraseFile used;
+    ASSERT_TRUE(used.loadSmf(fast));
+    CPhraseFile fresh;
+    ASSERT_TRUE(fresh.loadSmf(plain));
+    ASSERT_TRUE(used.loadSmf(plain));
+    EXPECT_EQ(fresh.getTemp(), 0);
+    EXPECT_EQ(used.getTemp(), 200);
+    ASSERT_EQ(used.getSeqDataCount(), fresh.getSeqDataCount());
+    EXPECT_TRUE(std::equal(used.getSeqData(), used.getSeqData() + used.getSeqDataCount(),
+                           fresh.getSeqData()));
 }
 
 TEST_F(LoadSmfTest, ExampleGroovesLoadAsFourFourPatterns) {
