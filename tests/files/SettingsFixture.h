@@ -1,7 +1,8 @@
 // Settings files as the unit keeps them in its data folder: a system file naming the current
-// memory and a memory file with 50 memories, each copy laid out as the unit writes it and
-// followed by its generation number. Every memory holds one preset content (000) and the user
-// pattern contents 350..399, with kit and tempo values that differ from memory to memory.
+// memory and a memory file with 50 memories, each copy followed by its generation number. The
+// text has the layout CXMLFile saves, so a save of an unchanged document gives the same bytes.
+// Every memory holds one preset content (000) and the user pattern contents 350..399, with kit and
+// tempo values that differ from memory to memory.
 #pragma once
 
 #include <cstdint>

@@ -141,20 +141,13 @@ TEST_F(XMLFileTest, TruncatedOrGarbageCopiesCountAsMissing) {
     }
 }
 
-TEST_F(XMLFileTest, NoStorageOrNoFilesGivesNothingAndWritesNothing) {
-    {
-        Context withoutUnit;
-        putXml("MEMORY1.QL0", memoryWithKit(11), 0);
-        CXMLFile settings;
-        EXPECT_FALSE(settings.hasMemoryDoc());
-        EXPECT_FALSE(settings.saveFile());
-    }
-    fs::remove(data / "MEMORY1.QL0");
+TEST_F(XMLFileTest, WithoutTheUnitsStorageThereIsNothingToReadOrWrite) {
+    Context withoutUnit;
+    putXml("MEMORY1.QL0", memoryWithKit(11), 0);
     CXMLFile settings;
-    EXPECT_EQ(settings.getCurrentNumber(), -1);
     EXPECT_FALSE(settings.hasMemoryDoc());
     EXPECT_FALSE(settings.saveFile());
-    EXPECT_TRUE(fs::is_empty(data));
+    EXPECT_EQ(bytesOf("MEMORY1.QL0"), SettingsFixture::copyOf(memoryWithKit(11), 0));
 }
 
 TEST_F(XMLFileTest, ReadersTakeTheContentNumberAndLogTheValue) {
