@@ -1,7 +1,6 @@
 #include "files/AtomicFileWriter.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 
 #include "PatternFileFixture.h"
@@ -74,14 +73,6 @@ TEST_F(AtomicFileWriterTest, KeepsALimitedNumberOfBackupsPerFile) {
     });
     EXPECT_EQ(mine, AtomicFileWriter::kBackupsKept);
     EXPECT_EQ(kept.size() - static_cast<std::size_t>(mine), 1u) << "another file's backup stays";
-}
-
-TEST_F(AtomicFileWriterTest, BackupsGoToTheUsersDataFolder) {
-    EXPECT_EQ(AtomicFileWriter::backupFolder(), backups());
-    // A relative XDG_DATA_HOME is invalid and falls back to the home folder.
-    ::setenv("XDG_DATA_HOME", "relative/data", 1);
-    ::setenv("HOME", dir.c_str(), 1);
-    EXPECT_EQ(AtomicFileWriter::backupFolder(), dir / ".local" / "share" / "tavrel" / "backups");
 }
 
 }  // namespace

@@ -352,18 +352,11 @@ TEST_F(FileDataMgrTest, OnlyTheFirstQuarterOfTheSlotsIsClearedBeforeAWrite) {
     EXPECT_EQ(patternCount(), 1u);
 }
 
-TEST_F(FileDataMgrTest, VolumeAndFileQuestionsGoToTheStorage) {
-    EXPECT_TRUE(CFileDataMgr::IsVolumeExist());
-    EXPECT_FALSE(CFileDataMgr::IsDataFileExist());
-    writeBytes(unitFile(), {});
-    EXPECT_TRUE(CFileDataMgr::IsDataFileExist());
-    unit->mounted = false;
-    EXPECT_FALSE(CFileDataMgr::IsVolumeExist());
-    EXPECT_FALSE(CFileDataMgr::IsDataFileExist());
-
+TEST_F(FileDataMgrTest, WithoutAStorageThereIsNoVolume) {
     Context withoutUnit;
     withoutUnit.patterns().addPatternData();
     EXPECT_FALSE(CFileDataMgr::IsVolumeExist());
+    EXPECT_FALSE(CFileDataMgr::IsDataFileExist());
     EXPECT_FALSE(CFileDataMgr::loadData());
     EXPECT_FALSE(CFileDataMgr::saveData());
 }
