@@ -1,0 +1,273 @@
+#include "device/MidiLib.h"
+
+#include "device/LogCapture.h"
+#include "device/MainThreadQueue.h"
+#include "device/MidiRecorder.h"
+#include "device/platform/virtual/VirtualMidiService.h"
+#include "model/Context.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tavrel {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Fault = VirtualMidiService::Fault;
+using test::LogCapture;
+using test::MainThreadQueue;
+using test::MidiRecorder;
+
+std::vector<std::string> names(const std::vector<CportProperties>& ports) {
+    std::vector<std::string> result;
+    for (const auto& port : ports) result.push_back(MidiLib::getDeviceName(port));
+    return result;
+}
+
+class MidiLibTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        unitIn = service.addSource("QL-900 MIDI IN");
+        keysIn = service.addSource("Keys:out");
+        unitOut = service.addDestination("QL-900 MIDI OUT");
+        synthOut = service.addDestination("Synth:in");
+        midi = std::make_unique<MidiLib>(service, mainThread.poster());
+        midi->setDelegate(&recorder);
+        midi->searchDevice();
+    }
+    // Everything the service has raised so far, handed on and run on the "main thread".
+    void settle() {
+        service.flush();
+        mainThread.runAll();
+    }
+
+    VirtualMidiService service;
+    MainThreadQueue mainThread;
+    MidiRecorder recorder;
+    std::int64_t unitIn = 0, keysIn = 0, unitOut = 0, synthOut = 0;
+    std::unique_ptr<MidiLib> midi;  // last: goes first
+};
+
+TEST_F(MidiLibTest, OpensItsClientAndListsTheEndpointsInTheServicesOrder) {
+    EXPECT_TRUE(midi->isReady());
+    EXPECT_EQ(service.clientName(), "Tavrel");
+    EXPECT_EQ(names(midi->getInputPortList()),
+              (std::vector<std::string>{"QL-900 MIDI IN", "Keys:out"}));
+    EXPECT_EQ(names(midi->getOutputPortList()),
+              (std::vector<std::string>{"QL-900 MIDI OUT", "Synth:in"}));
+    EXPECT_EQ(MidiLib::getUniqId(midi->getInputPortList()[1]), keysIn);
+    EXPECT_EQ(midi->getCurInputPort(), -1);
+    EXPECT_EQ(midi->getCurOutputPort(), -1);
+}
+
+TEST(MidiLibContext, TheTransportIsFoundThroughTheContext) {
+    VirtualMidiService service;
+    Context context;
+    EXPECT_EQ(MidiLib::sharedInstance(), nullptr);
+    MidiLib& installed = context.install(std::make_unique<MidiLib>(service));
+    EXPECT_EQ(MidiLib::sharedInstance(), &installed);
+}
+
+TEST(MidiLibSetup, AFailedStepIsLoggedAndLeavesATransportThatDoesNothing) {
+    const std::pair<Fault, std::string> steps[] = {
+        {Fault::CreateClient, "Init-MIDIClientCreate"},
+        {Fault::CreateOutputPort, "Init-MIDIOutputPortCreate"},
+        {Fault::CreateInputPort, "Init-MIDIInputPortCreate"},
+    };
+    for (const auto& [fault, label] : steps) {
+        SCOPED_TRACE(label);
+        VirtualMidiService service;
+        const std::int64_t in = service.addSource("QL-900");
+        service.addDestination("QL-900");
+        service.setFault(fault);
+        LogCapture log;
+        MidiLib midi(service);
+        service.setFault(Fault::None);
+
+        EXPECT_FALSE(midi.isReady());
+        EXPECT_EQ(log.count(label), 1);
+        midi.searchDevice();
+        EXPECT_TRUE(midi.getInputPortList().empty());
+        EXPECT_TRUE(midi.getOutputPortList().empty());
+        EXPECT_FALSE(midi.selectInputDevice(0));
+        EXPECT_FALSE(service.isConnected(in));
+    }
+}
+
+TEST_F(MidiLibTest, SelectingOutsideTheListsLeavesTheConnectionAsItWas) {
+    ASSERT_TRUE(midi->selectInputDevice(0));
+    ASSERT_TRUE(midi->selectOutputDevice(1));
+    for (const std::int64_t index : {std::int64_t{-1}, std::int64_t{2}}) {
+        EXPECT_FALSE(midi->selectInputDevice(index));
+        EXPECT_FALSE(midi->selectOutputDevice(index));
+    }
+    EXPECT_EQ(midi->getCurInputPort(), 0);
+    EXPECT_EQ(midi->getCurOutputPort(), 1);
+    EXPECT_TRUE(service.isConnected(unitIn));
+
+    midi->sendMidi(MidiPacket{0, 2, {0xC9, 0x05}});
+    EXPECT_EQ(service.backlog(synthOut).size(), 1u) << "the output device is still the synth";
+    settle();
+    EXPECT_TRUE(recorder.calls.empty()) << "range failures report nothing";
+}
+
+TEST_F(MidiLibTest, ASecondSourceReplacesTheFirst) {
+    ASSERT_TRUE(midi->selectInputDevice(0));
+    ASSERT_TRUE(midi->selectInputDevice(1));
+    EXPECT_FALSE(service.isConnected(unitIn));
+    EXPECT_TRUE(service.isConnected(keysIn));
+    EXPECT_EQ(midi->getCurInputPort(), 1);
+}
+
+TEST_F(MidiLibTest, AfterARescanTheDeviceIsSelectedAgainByItsUniqueId) {
+    ASSERT_TRUE(midi->selectInputDevice(1));
+    ASSERT_TRUE(service.removeEndpoint(unitIn));
+    EXPECT_FALSE(midi->selectInputDevice(0)) << "the listed endpoint is gone";
+
+    midi->searchDevice();
+    EXPECT_EQ(names(midi->getInputPortList()), (std::vector<std::string>{"Keys:out"}));
+    EXPECT_EQ(midi->getCurInputPort(), 1) << "the index is kept, and now points past the list";
+    ASSERT_EQ(MidiLib::getUniqId(midi->getInputPortList()[0]), keysIn);
+    EXPECT_TRUE(midi->selectInputDevice(0));
+    EXPECT_TRUE(service.isConnected(keysIn));
+    settle();
+    for (const auto& call : recorder.calls) EXPECT_EQ(call.rfind("error", 0), std::string::npos);
+}
+
+TEST_F(MidiLibTest, ARefusedConnectIsReportedAndTheSourceIsDisconnectedBeforeTheNext) {
+    service.setFault(Fault::Connect);
+    EXPECT_FALSE(midi->selectInputDevice(0));
+    EXPECT_EQ(midi->getCurInputPort(), -1);
+    EXPECT_TRUE(recorder.calls.empty()) << "midiError waits for the main thread";
+    settle();
+    EXPECT_EQ(recorder.calls, (std::vector<std::string>{"error Connect-MIDIPortConnectSource"}));
+    EXPECT_NE(recorder.lastErrorStatus, 0);
+
+    // The source that failed to connect is kept, so the next selection disconnects it first.
+    service.setFault(Fault::Disconnect);
+    EXPECT_FALSE(midi->selectInputDevice(1));
+    settle();
+    EXPECT_EQ(recorder.calls.back(), "error Disconnect-MIDIPortDisconnectSource");
+    EXPECT_FALSE(service.isConnected(keysIn));
+}
+
+TEST_F(MidiLibTest, SendingWithoutAnOutputDeviceDoesNothing) {
+    const Bytes message{0xF0, 0x41, 0x10, 0xF7};
+    midi->sendMidiWithData(message.data(), std::ssize(message));
+    midi->sendMidi(MidiPacket{0, 3, {0x99, 0x24, 0x64}});
+    midi->sendPacketList(message);
+    EXPECT_TRUE(service.backlog(unitOut).empty());
+    EXPECT_TRUE(service.backlog(synthOut).empty());
+    settle();
+    EXPECT_TRUE(recorder.calls.empty());
+}
+
+TEST_F(MidiLibTest, SentBytesReachTheOutputDeviceBlockByBlock) {
+    ASSERT_TRUE(midi->selectOutputDevice(0));
+    const Bytes request{0xF0, 0x41, 0x10, 0x00, 0x00, 0x00, 0x63, 0x11, 0xF7};
+    midi->sendMidiWithData(request.data(), std::ssize(request));
+    midi->sendMidi(MidiPacket{12345, 3, {0x99, 0x24, 0x64}});
+    MidiPacket tooLong{0, 300, {}};
+    tooLong.data.fill(0x01);
+    midi->sendMidi(tooLong);
+
+    const auto sent = service.backlog(unitOut);
+    ASSERT_EQ(sent.size(), 3u);
+    EXPECT_EQ(sent[0].bytes, request);
+    EXPECT_EQ(sent[1].bytes, (Bytes{0x99, 0x24, 0x64}));
+    EXPECT_EQ(sent[2].bytes.size(), 256u) << "never more than the packet holds";
+    EXPECT_LE(sent[0].time, sent[1].time);
+}
+
+TEST_F(MidiLibTest, AFailedSendGoesToTheDelegateOnly) {
+    ASSERT_TRUE(midi->selectOutputDevice(1));
+    ASSERT_TRUE(service.removeEndpoint(synthOut));
+    midi->sendMidi(MidiPacket{0, 3, {0x99, 0x24, 0x64}});
+    EXPECT_EQ(recorder.failedSends, (std::vector<Bytes>{{0x99, 0x24, 0x64}}))
+        << "told at once, on the sending thread";
+    EXPECT_NE(recorder.lastErrorStatus, 0);
+    settle();
+    EXPECT_EQ(std::count(recorder.calls.begin(), recorder.calls.end(), "send error"), 1);
+    for (const auto& call : recorder.calls) EXPECT_EQ(call.rfind("error", 0), std::string::npos);
+}
+
+TEST_F(MidiLibTest, ABlockOf64KiBIsAProgrammingErrorThatEndsTheProgram) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // the transport runs threads
+    ASSERT_TRUE(midi->selectOutputDevice(0));
+    Bytes block(65536, 0x00);
+    EXPECT_DEATH(midi->sendMidiWithData(block.data(), 65536), "size < 65536");
+
+    midi->sendMidiWithData(block.data(), 65535);
+    const auto sent = service.backlog(unitOut);
+    ASSERT_EQ(sent.size(), 1u);
+    EXPECT_EQ(sent[0].bytes.size(), 65535u);
+}
+
+TEST_F(MidiLibTest, MessagesArriveWholeAndInOrderFromTheServicesThread) {
+    ASSERT_TRUE(midi->selectInputDevice(0));
+    // Blocks cut across messages, with clock bytes in between, as a busy cable delivers them.
+    std::vector<Bytes> expected;
+    Bytes stream;
+    for (int i = 0; i < 900; ++i) {
+        const auto n = static_cast<std::uint8_t>(i % 128);
+        const Bytes message = i % 10 == 0 ? Bytes{0xF0, 0x41, n, 0xF7} : Bytes{0x99, n, 0x40};
+        expected.push_back(message);
+        stream.insert(stream.end(), message.begin(), message.end());
+        if (i % 7 == 0) stream.push_back(0xF8);
+    }
+    for (std::size_t at = 0, size = 1; at < stream.size(); at += size, size = size % 9 + 1) {
+        const std::size_t end = std::min(stream.size(), at + size);
+        ASSERT_TRUE(service.inject(unitIn, {stream.data() + at, end - at}));
+    }
+    EXPECT_EQ(recorder.waitForReceived(expected.size()), expected);
+}
+
+TEST_F(MidiLibTest, OnlyTheConnectedSourceIsHeard) {
+    ASSERT_TRUE(midi->selectInputDevice(0));
+    EXPECT_FALSE(service.inject(keysIn, Bytes{0x90, 0x3C, 0x64}));
+    ASSERT_TRUE(service.inject(unitIn, Bytes{0xF0, 0x41, 0x10, 0xF7}));
+    EXPECT_EQ(recorder.waitForReceived(1), (std::vector<Bytes>{{0xF0, 0x41, 0x10, 0xF7}}));
+}
+
+TEST_F(MidiLibTest, EndpointsComingAndGoingAreToldOnTheMainThread) {
+    const std::int64_t pads = service.addSource("Pads:out");
+    service.addDestination("Pads:in");
+    service.removeEndpoint(pads);
+    service.injectIOError("cable trouble");
+    service.flush();
+    EXPECT_TRUE(recorder.calls.empty()) << "nothing runs before the main thread gets to it";
+
+    mainThread.runAll();
+    EXPECT_EQ(recorder.calls,
+              (std::vector<std::string>{"connectMidiSource", "added Pads:out (source)",
+                                        "connectMidiSource", "added Pads:in (destination)",
+                                        "disconnectMidiSource", "removed Pads:out (source)",
+                                        "io error: cable trouble"}));
+}
+
+TEST_F(MidiLibTest, MainThreadTasksLeftBehindByTheTransportDoNothing) {
+    service.addSource("Pads:out");
+    service.flush();
+    midi.reset();
+    EXPECT_EQ(mainThread.runAll(), 1);
+    EXPECT_TRUE(recorder.calls.empty());
+}
+
+TEST(MidiLibWithoutPoster, MainThreadMessagesRunAtOnce) {
+    VirtualMidiService service;
+    service.addSource("QL-900");
+    MidiRecorder recorder;
+    MidiLib midi(service);
+    midi.setDelegate(&recorder);
+    midi.searchDevice();
+    service.setFault(Fault::Connect);
+    EXPECT_FALSE(midi.selectInputDevice(0));
+    EXPECT_EQ(recorder.calls, (std::vector<std::string>{"error Connect-MIDIPortConnectSource"}));
+}
+
+}  // namespace
+}  // namespace tavrel
