@@ -5,6 +5,7 @@
 #include "cli/MemoryCommand.h"
 #include "cli/SmfCommand.h"
 #include "model/Context.h"
+#include "model/Log.h"
 
 #include <iostream>
 #include <string_view>
@@ -30,13 +31,22 @@ constexpr Entry kCommands[] = {
 };
 
 void printUsage(std::ostream& out) {
-    out << "usage: tavrel-cli COMMAND [ARGS]\n";
+    out << "usage: tavrel-cli [-v] COMMAND [ARGS]\n"
+        << "  -v  also print the step-by-step log (files, device) on stderr\n";
     for (const Entry& e : kCommands) out << "  " << e.usage() << "\n      " << e.about << '\n';
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    // The step log is for diagnosing; a command reports its own outcome in one line.
+    if (argc >= 2 &&
+        (std::string_view(argv[1]) == "-v" || std::string_view(argv[1]) == "--verbose")) {
+        ++argv;
+        --argc;
+    } else {
+        tavrel::Log::setSink([](std::string_view, std::string_view) {});
+    }
     if (argc < 2) {
         printUsage(std::cerr);
         return tavrel::cli::kExitUsage;

@@ -33,7 +33,24 @@ std::string stamp() {
     return buf;
 }
 
-// Copies `target` to a new dated name in the backup folder; names sort by age.
+// A backup of RHYTHM.QL0 is named RHYTHM-YYYYMMDD-HHMMSS.QL0, with -N added when several are
+// made within one second.
+bool isBackupOf(const fs::path& candidate, const fs::path& target) {
+    if (candidate.extension() != target.extension()) return false;
+    const std::string stem = candidate.stem().string();
+    const std::string prefix = target.stem().string() + '-';
+    if (!stem.starts_with(prefix)) return false;
+    const std::string rest = stem.substr(prefix.size());
+    // "YYYYMMDD-HHMMSS" then optionally "-N".
+    if (rest.size() < 15 || rest[8] != '-') return false;
+    for (std::size_t i = 0; i < rest.size(); ++i) {
+        if (i == 8 || (i == 15 && rest[i] == '-' && rest.size() > 16)) continue;
+        if (rest[i] < '0' || rest[i] > '9') return false;
+    }
+    return true;
+}
+
+// Copies `target` to a new dated name in the backup folder.
 bool keepBackup(const fs::path& target, fs::path& backup, std::string& error) {
     const fs::path folder = AtomicFileWriter::backupFolder();
     std::error_code ec;
@@ -42,10 +59,17 @@ bool keepBackup(const fs::path& target, fs::path& backup, std::string& error) {
         error = "cannot create the backup folder " + folder.string() + ": " + ec.message();
         return false;
     }
-    const std::string base = target.stem().string() + "-" + stamp();
-    backup = folder / (base + target.extension().string());
+    std::string base = target.stem().string();
+    base += '-';
+    base += stamp();
+    const std::string ext = target.extension().string();
+    backup = folder / (base + ext);
     for (int n = 1; fs::exists(backup, ec); ++n) {
-        backup = folder / (base + "-" + std::to_string(n) + target.extension().string());
+        std::string numbered = base;
+        numbered += '-';
+        numbered += std::to_string(n);
+        numbered += ext;
+        backup = folder / numbered;
     }
     fs::copy_file(target, backup, ec);
     if (ec) {
@@ -55,19 +79,19 @@ bool keepBackup(const fs::path& target, fs::path& backup, std::string& error) {
     return true;
 }
 
+// Keeps the newest backups of this file, by modification time.
 void pruneBackups(const fs::path& target) {
-    const std::string prefix = target.stem().string() + "-";
-    const std::string ext = target.extension().string();
-    std::vector<fs::path> mine;
+    std::vector<std::pair<fs::file_time_type, fs::path>> mine;
     std::error_code ec;
     for (const auto& e : fs::directory_iterator(AtomicFileWriter::backupFolder(), ec)) {
-        const std::string name = e.path().filename().string();
-        if (name.starts_with(prefix) && e.path().extension() == ext) mine.push_back(e.path());
+        if (!isBackupOf(e.path(), target)) continue;
+        const auto when = fs::last_write_time(e.path(), ec);
+        if (!ec) mine.emplace_back(when, e.path());
     }
     if (mine.size() <= AtomicFileWriter::kBackupsKept) return;
     std::sort(mine.begin(), mine.end());
     for (std::size_t i = 0; i + AtomicFileWriter::kBackupsKept < mine.size(); ++i) {
-        fs::remove(mine[i], ec);
+        fs::remove(mine[i].second, ec);
     }
 }
 
@@ -131,9 +155,17 @@ AtomicFileWriter::Result AtomicFileWriter::write(const fs::path& target,
     Result r;
     std::error_code ec;
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    if (fs::exists(target, ec) && !keepBackup(target, r.backup, r.error)) return r;
+    const bool replacing = fs::exists(target, ec);
+    if (ec) {
+        r.error = "cannot look at " + target.string() + ": " + ec.message();
+        return r;
+    }
+    if (replacing && !keepBackup(target, r.backup, r.error)) return r;
 
-    std::string tmpl = (folder / ("." + target.filename().string() + ".XXXXXX")).string();
+    std::string name = ".";
+    name += target.filename().string();
+    name += ".XXXXXX";
+    std::string tmpl = (folder / name).string();
     const int fd = ::mkstemp(tmpl.data());
     if (fd < 0) {
         r.error = sysError("create a temporary file in " + folder.string());
