@@ -35,6 +35,12 @@ std::uint32_t be32(const std::uint8_t* p) {
            std::uint32_t{p[3]};
 }
 
+// Data bytes are taken as signed: a stray byte of 0x80 or more in a data position becomes a
+// negative note or velocity, and a negative velocity still counts as "not zero".
+std::int32_t signedByte(std::uint8_t b) {
+    return b >= 0x80 ? std::int32_t{b} - 256 : std::int32_t{b};
+}
+
 std::uint16_t be16(const std::uint8_t* p) {
     return static_cast<std::uint16_t>((p[0] << 8) | p[1]);
 }
@@ -269,12 +275,12 @@ std::size_t CPhraseFile::parseMidi(std::span<const std::uint8_t> data, std::size
         mChannel = mImportCh != -1 ? (b & 0x0F) : -1;
         if (takesTwoDataBytes(mStatus)) {
             if (left < 3) return kRanOut;
-            mData1 = static_cast<std::int8_t>(data[index + 1]);
-            mData2 = static_cast<std::int8_t>(data[index + 2]);
+            mData1 = signedByte(data[index + 1]);
+            mData2 = signedByte(data[index + 2]);
             return index + 3;
         }
         if (left < 2) return kRanOut;
-        mData1 = static_cast<std::int8_t>(data[index + 1]);
+        mData1 = signedByte(data[index + 1]);
         mData2 = 0;
         return index + 2;
     }
@@ -282,11 +288,11 @@ std::size_t CPhraseFile::parseMidi(std::span<const std::uint8_t> data, std::size
     // Running status. Before a track's first status byte mStatus is 0, a one-byte group.
     if (takesTwoDataBytes(mStatus)) {
         if (left < 2) return kRanOut;
-        mData1 = static_cast<std::int8_t>(b);
-        mData2 = static_cast<std::int8_t>(data[index + 1]);
+        mData1 = signedByte(b);
+        mData2 = signedByte(data[index + 1]);
         return index + 2;
     }
-    mData1 = static_cast<std::int8_t>(b);
+    mData1 = signedByte(b);
     mData2 = 0;
     return index + 1;
 }
