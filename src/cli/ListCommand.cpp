@@ -1,6 +1,7 @@
 #include "cli/ListCommand.h"
 
 #include "cli/JsonWriter.h"
+#include "cli/PathArgs.h"
 #include "files/CFileDataMgr.h"
 #include "model/CPatternMgr.h"
 #include "model/CPhraseData.h"
@@ -63,23 +64,10 @@ void printText(const CPatternMgr::PatternList& patterns, std::ostream& out) {
 }  // namespace
 
 int ListCommand::run(const Args& args, CommandIo io) {
-    std::string path;
-    bool json = false;
-    for (const std::string& a : args) {
-        if (a == "--json") {
-            json = true;
-        } else if (a.starts_with("-") || !path.empty()) {
-            io.err << "tavrel-cli: unexpected argument '" << a << "'; usage: tavrel-cli " << usage()
-                   << '\n';
-            return kExitUsage;
-        } else {
-            path = a;
-        }
-    }
-    if (path.empty()) {
-        io.err << "tavrel-cli: no file given; usage: tavrel-cli " << usage() << '\n';
-        return kExitUsage;
-    }
+    const auto parsed = PathArgs::parse(args, io, usage(), "file");
+    if (!parsed) return kExitUsage;
+    const std::string& path = parsed->path;
+    const bool json = parsed->json;
     // A collection of its own, whoever runs the command.
     Context context;
     if (!CFileDataMgr::importData(path)) {

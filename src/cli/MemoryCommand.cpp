@@ -1,6 +1,7 @@
 #include "cli/MemoryCommand.h"
 
 #include "cli/JsonWriter.h"
+#include "cli/PathArgs.h"
 #include "files/CXMLFile.h"
 #include "files/FolderStorage.h"
 #include "model/Context.h"
@@ -71,23 +72,10 @@ void printText(const CXMLFile& settings, std::ostream& out) {
 }  // namespace
 
 int MemoryCommand::run(const Args& args, CommandIo io) {
-    std::string folder;
-    bool json = false;
-    for (const std::string& a : args) {
-        if (a == "--json") {
-            json = true;
-        } else if (a.starts_with("--") || !folder.empty()) {
-            io.err << "tavrel-cli: unexpected argument '" << a << "'; usage: tavrel-cli " << usage()
-                   << '\n';
-            return kExitUsage;
-        } else {
-            folder = a;
-        }
-    }
-    if (folder.empty()) {
-        io.err << "tavrel-cli: no data folder given; usage: tavrel-cli " << usage() << '\n';
-        return kExitUsage;
-    }
+    const auto parsed = PathArgs::parse(args, io, usage(), "data folder");
+    if (!parsed) return kExitUsage;
+    const std::string& folder = parsed->path;
+    const bool json = parsed->json;
 
     Context::current().install<FolderStorage, UnitStorage>(std::make_unique<FolderStorage>(folder));
     const CXMLFile settings;

@@ -1,6 +1,7 @@
 #include "cli/SmfCommand.h"
 
 #include "cli/JsonWriter.h"
+#include "cli/PathArgs.h"
 #include "files/CPhraseFile.h"
 #include "model/TimeMath.h"
 
@@ -63,23 +64,10 @@ void printSummary(const std::string& path, const CPhraseFile& reader, int check,
 }  // namespace
 
 int SmfCommand::run(const Args& args, CommandIo io) {
-    std::string path;
-    bool json = false;
-    for (const std::string& a : args) {
-        if (a == "--json") {
-            json = true;
-        } else if (a.starts_with("--") || !path.empty()) {
-            io.err << "tavrel-cli: unexpected argument '" << a << "'; usage: tavrel-cli " << usage()
-                   << '\n';
-            return kExitUsage;
-        } else {
-            path = a;
-        }
-    }
-    if (path.empty()) {
-        io.err << "tavrel-cli: no file given; usage: tavrel-cli " << usage() << '\n';
-        return kExitUsage;
-    }
+    const auto parsed = PathArgs::parse(args, io, usage(), "file");
+    if (!parsed) return kExitUsage;
+    const std::string& path = parsed->path;
+    const bool json = parsed->json;
 
     CPhraseFile reader;
     const int check = reader.checkSmf(path);
