@@ -20,11 +20,28 @@ void DrainThread::wake() {
 void DrainThread::run() {
     for (;;) {
         mWakeUp.acquire();
+        mBusy.store(true);
         // Taking the flag before the job runs means a wake during the job releases again,
         // and the exchange makes what the waker wrote before waking visible to the job.
         mPending.exchange(false, std::memory_order_acq_rel);
         if (mStop.load()) return;
         mJob();
+        mBusy.store(false);
+        mBusy.notify_all();
+    }
+}
+
+void DrainThread::waitIdle() {
+    for (;;) {
+        // mPending first: the worker raises mBusy before it lowers mPending.
+        const bool pending = mPending.load();
+        const bool busy = mBusy.load();
+        if (!pending && !busy) return;
+        if (busy) {
+            mBusy.wait(true);
+        } else {
+            std::this_thread::yield();  // woken, about to start
+        }
     }
 }
 

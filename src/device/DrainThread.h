@@ -20,6 +20,9 @@ public:
 
     // From any thread.
     void wake();
+    // Returns once no run is due or under way: everything woken for so far has been done.
+    // For tests on a manual clock, which must let replies land before time moves on.
+    void waitIdle();
 
 private:
     void run();
@@ -29,6 +32,9 @@ private:
     // semaphore, which therefore never counts past one.
     std::atomic<bool> mPending{false};
     std::atomic<bool> mStop{false};
+    // Raised before the worker takes mPending and lowered after the job, so that a run in
+    // progress is always seen through one of the two.
+    std::atomic<bool> mBusy{false};
     std::binary_semaphore mWakeUp{0};
     std::thread mThread;  // last: starts once everything it uses exists
 };

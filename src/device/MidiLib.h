@@ -91,6 +91,10 @@ public:
     // a failure goes to the delegate's sendErrorWithPacketList and is not retried.
     void sendPacketList(std::span<const std::uint8_t> bytes);
 
+    // Returns once every byte the service has handed over so far has been parsed and its
+    // messages given to the delegate. Tests on a manual clock call it before time moves on.
+    void waitIdle() { mDrain.waitIdle(); }
+
     // Hands a non-zero status to the delegate's midiError on the main thread, with `message`
     // as the reason. Returns `status` unchanged.
     int errorStatus(int status, const std::string& message);
