@@ -1,20 +1,26 @@
-// The device link manager, one per program. It keeps the link's state (the unit's MIDI
-// endpoints, editor mode, the unit's mount reports, its kit names) and finds the unit's storage
-// volume and the files on it; the file formats reach the unit's data folder through
-// UnitStorage. Talking to the unit over MIDI arrives with the transport.
+// The device link manager, one per program. It finds the unit among the MIDI endpoints by
+// name, talks to it with system-exclusive data-set and data-request messages (editor mode on
+// and off, whether another editor holds the unit, mount and unmount of its storage, the kit
+// names), finds the unit's storage volume and the files on it, and reads the user pattern
+// file; the file formats reach the unit's data folder through UnitStorage.
 //
-// The unit's replies are decoded on the MIDI receive thread, which only stores integers,
-// flags and kit-name bytes here while the main thread polls them; hence the atomics.
+// Threads: the unit's replies are decoded on MIDI's drain thread, which only stores integers,
+// flags and kit-name bytes here and tells the waiter; everything else runs on the main thread,
+// whose blocking steps wait through the Waiter for those fields to change.
 #pragma once
 
+#include "device/KitNameTable.h"
+#include "device/MidiLibDelegate.h"
+#include "device/UnitVolume.h"
 #include "files/UnitStorage.h"
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
-#include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -23,19 +29,21 @@ namespace tavrel {
 class Alerts;
 class MidiLib;
 class VolumeService;
+class Waiter;
 
-class CConnectionMgr : public UnitStorage {
+class CConnectionMgr : public UnitStorage, public MidiLibDelegate {
 public:
     // Model indexes. The unit's MIDI endpoints carry the model's name.
     static constexpr int kModelQL900 = 0;
     static constexpr int kModelQL414XE3 = 1;
     // The unit's folder at the root of its volume, and its data folder inside that.
-    static constexpr const char* kUnitFolder = "VANTIK";
-    static constexpr const char* kDataFolder = "DATA";
+    static constexpr const char* kUnitFolder = UnitVolume::kUnitFolder;
+    static constexpr const char* kDataFolder = UnitVolume::kDataFolder;
 
-    // The MIDI transport and the alerts come before `volumes` once the unit's protocol is
-    // spoken here; until then the link knows the unit's storage only.
-    explicit CConnectionMgr(VolumeService& volumes);
+    // Becomes the transport's delegate, looks for the unit and posts NOTIFY_MIDI_CONNECT on
+    // the current Context. All four must outlive this object.
+    CConnectionMgr(MidiLib& midi, VolumeService& volumes, Waiter& waiter, Alerts& alerts);
+    ~CConnectionMgr() override;
     CConnectionMgr(const CConnectionMgr&) = delete;
     CConnectionMgr& operator=(const CConnectionMgr&) = delete;
 
@@ -45,36 +53,83 @@ public:
     // True for the QL-414XE3.
     bool getConnectedModel() const { return mConnectedModel != kModelQL900; }
 
-    // Looks for the unit's volume: the first, in the volume service's order, holding the
-    // unit's folder. When none does, the volume found before is kept; whether it is still
-    // there is isVolumeExist's question.
+    // Rescans the endpoints and selects the unit's source and destination. Drops editor mode
+    // in this object's state without telling the unit. Main thread.
+    void reviseMidiDevice();
+
+    // Blocking steps, main thread only. Each shows its own failure as an alert.
+    // Takes the unit into editor mode; false when not connected or held by another editor.
+    bool setEditorMode();
+    // Asks the unit whether an editor holds it (this program included); a silent unit
+    // counts as held.
+    bool getOccupied();
+    // Reads the unit's kit names into the Context's kit list.
+    bool getKitName();
+    // Ejects the unit's volume and ends editor mode.
+    bool editorOff();
+
+    // The unit's storage volume. Looks for it: the first volume, in the volume service's
+    // order, holding the unit's folder. When none does, the volume found before is kept;
+    // whether it is still there is isVolumeExist's question.
     void storeMountURL();
     std::optional<std::filesystem::path> getMountURL() const;
     // `relative` inside the unit's folder. A leading slash does not make it absolute: the
     // file formats name their files "/RHYTHM.QL0".
     std::optional<std::filesystem::path> getMountURLAppendPath(
         const std::filesystem::path& relative);
+    // Asks the unit to mount its storage and finds the volume; no alert.
+    bool mountQl();
+    // Ejects the volume and asks the unit to unmount, which ends editor mode too.
+    bool unmountQl();
+    // True once the unit reports its storage mounted and the volume is there; false when
+    // `limit` passes first.
+    bool waitForVolume(std::chrono::milliseconds limit);
+    // Reads the user pattern file into the Context's pattern collection, with retries.
+    bool loadPattern();
 
     bool isVolumeExist() override;
     bool isDataFileExist(const std::string& name) override;
     std::optional<std::filesystem::path> getFileURL(const std::string& name) override;
     std::optional<std::vector<std::uint8_t>> getFileData(const std::string& name) override;
 
+    // From the transport.
+    void rxMidiData(const MidiPacket& packet) override;
+    void midiObjectAdded(const MidiNotification& notification) override;
+    void midiObjectRemoved(const MidiNotification& notification) override;
+
+    // The messages to the unit, each logged with its label.
+    void txEditorOnMsg();
+    void txEditorOffMsg();
+    void txMountMsg();
+    void txUnmountMsg();
+    void rqEditorModeMsg();
+    void txReqMountMsg();  // the unit answers with a mount report; nothing here asks it
+    void txReqKitNameMsg();
+
 private:
-    static constexpr std::size_t kKitNameBytes = 1600;  // 100 kits of 16 bytes
     static constexpr std::size_t kMessageBytes = 20;
 
-    VolumeService& mVolumes;
+    int selectUnitSource();
+    bool selectUnitDestination(int model);
+    void postConnect();
+    bool kitListComplete();
+    void decodeKitName(std::uint32_t offset, std::span<const std::uint8_t> message);
+    void endKitList(std::size_t lastSlot);
+    bool ejectVolume();
+    void sendDataSet(const char* label, std::span<const std::uint8_t> body);
+    void sendRequest(const char* label, std::span<const std::uint8_t> body);
+    void SetTxBuff(std::span<const std::uint8_t> body);
+    void SetRqBuff(std::span<const std::uint8_t> body);
 
-    // The link's state. Those marked maybe_unused belong to the MIDI half of the link, which
-    // arrives with the transport.
-    [[maybe_unused]] MidiLib* mMidiLib = nullptr;     // the shared transport
-    [[maybe_unused]] Alerts* mAppDelegate = nullptr;  // where the link's failures are shown
-    std::atomic<bool> mMidiInConnected{false};        // a source of the unit is selected
-    std::atomic<bool> mMidiOutConeected{false};       // a destination of the unit is selected
-    // Slot i holds kit i's name. Written on the receive thread, read only after mGetKitName
-    // has been seen true.
-    [[maybe_unused]] std::array<std::uint8_t, kKitNameBytes> mKitName{};
+    MidiLib& mMidiLib;   // the shared transport
+    UnitVolume mVolume;  // where mMountURL, the unit's volume root, is kept
+    Waiter& mWaiter;
+    Alerts& mAppDelegate;  // where the link's failures are shown
+
+    // The link's state.
+    std::atomic<bool> mMidiInConnected{false};   // a source of the unit is selected
+    std::atomic<bool> mMidiOutConeected{false};  // a destination of the unit is selected
+    KitNameTable mKitName;
     std::atomic<bool> mConnected{false};            // both endpoints of the unit are selected
     std::atomic<int> mEditorMode{0};                // 1 while this program holds the unit
     std::atomic<int> mTargetEditorMode{255};        // the unit's last report; 255: asked, no answer
@@ -83,15 +138,12 @@ private:
     std::atomic<int> mRxKitNum{0};                  // kit name replies since the request
     std::atomic<int> mRxKitMaxNum{0};               // slots up to and including the end marker
     std::atomic<int> mConnectedModel{kModelQL900};  // picks the header replies must carry
-    // The unit's volume root. Guarded: the apply worker reads the unit's files while the main
-    // thread may look for the volume again.
-    std::optional<std::filesystem::path> mMountURL;
-    mutable std::mutex mMountURLLock;
     // The data-set and data-request messages being sent, header included, and their lengths.
-    [[maybe_unused]] std::array<std::uint8_t, kMessageBytes> TxBuff{};
-    [[maybe_unused]] std::array<std::uint8_t, kMessageBytes> RqBuff{};
-    [[maybe_unused]] int TxBuffIndex = 0;
-    [[maybe_unused]] int RqBuffIndex = 0;
+    // Main thread only.
+    std::array<std::uint8_t, kMessageBytes> TxBuff{};
+    std::array<std::uint8_t, kMessageBytes> RqBuff{};
+    int TxBuffIndex = 0;
+    int RqBuffIndex = 0;
 };
 
 }  // namespace tavrel

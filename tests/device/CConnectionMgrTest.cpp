@@ -1,7 +1,13 @@
 #include "device/CConnectionMgr.h"
 
+#include "device/ManualTimeline.h"
+#include "device/MidiLib.h"
 #include "device/TempFolder.h"
+#include "device/ThreadWaiter.h"
+#include "device/platform/virtual/VirtualMidiService.h"
 #include "device/platform/virtual/VirtualVolumeService.h"
+#include "model/Context.h"
+#include "support/ScriptedAlerts.h"
 
 #include <gtest/gtest.h>
 
@@ -22,8 +28,14 @@ protected:
     }
 
     TempFolder temp;
+    Context context;
+    VirtualMidiService service;
+    MidiLib midi{service};
     VirtualVolumeService volumes;
-    CConnectionMgr link{volumes};
+    ManualTimeline timeline;
+    ThreadWaiter waiter{timeline, {}};
+    test::ScriptedAlerts alerts;
+    CConnectionMgr link{midi, volumes, waiter, alerts};
 };
 
 TEST_F(ConnectionMgrStorage, TheUnitsVolumeIsTheFirstHoldingTheUnitsFolder) {

@@ -2,6 +2,9 @@
 # on a manual clock and take no real time.
 tavrel_test(tavrel_link_tests device
   DrainThreadIdleTest.cpp
+  LinkProtocolTest.cpp
+  LinkTimeoutTest.cpp
+  ScriptedUnit.cpp
   ThreadWaiterTest.cpp
   TimelineTest.cpp
 )
