@@ -4,6 +4,7 @@ tavrel_test(tavrel_link_tests device
   DrainThreadIdleTest.cpp
   LinkProtocolTest.cpp
   LinkTimeoutTest.cpp
+  LoadExecTest.cpp
   ScriptedUnit.cpp
   ThreadWaiterTest.cpp
   TimelineTest.cpp

@@ -1,0 +1,20 @@
+// The load sequence that connecting to the unit runs: editor mode on, the unit's storage
+// mounted and its volume found, the kit names read, the user pattern file read, pattern 0
+// made current. Works on the connection manager and the pattern collection of the current
+// Context.
+#pragma once
+
+namespace tavrel {
+
+class CLoadExec {
+public:
+    // Main thread; blocks for up to about 46 s with a silent unit. True when every step
+    // worked; the first failing step ends the sequence and leaves the link as that step
+    // left it (in editor mode after a failed mount, for instance), having shown its own
+    // alert if it has one. False without a connection manager.
+    static bool exec();
+    // Kept for the loading sheet's button; does nothing.
+    static void load() {}
+};
+
+}  // namespace tavrel
