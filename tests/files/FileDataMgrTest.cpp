@@ -1,30 +1,37 @@
+// CFileDataMgr: the unit's pattern file, backups of it, and MIDI files loaded as new patterns.
 #include "files/AtomicFileWriter.h"
 #include "files/CFileDataMgr.h"
-#include "files/PatternFileImage.h"
+#include "files/CPhraseFile.h"
+#include "files/FolderStorage.h"
 #include "model/CEditNotify.h"
+#include "model/CPatternMgr.h"
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
+#include "model/Context.h"
 #include "support/NotificationRecorder.h"
+#include "support/ScratchFolder.h"
+#include "support/ScriptedAlerts.h"
 
-#include <sys/fsuid.h>
-#include <unistd.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
-#include "PatternFileFixture.h"
+#include "SmfBuilder.h"
 
 namespace tavrel {
 namespace {
 
 namespace fs = std::filesystem;
-
-using test::FileBytes;
+using test::Bytes;
 using test::readBytes;
+using test::smfFile;
+using test::TrackBuilder;
 using test::writeBytes;
-using Image = PatternFileImage;
 
-constexpr std::size_t kSlotCountAt = 8;
+constexpr std::size_t kSlotSize = 40184;
+constexpr std::size_t kFileSize = 12 + 50 * kSlotSize;
 
 // Distinct notes, each a quarter note after the one before.
 StepRecords quarters(std::size_t n, std::uint8_t firstNote = 35) {
@@ -36,60 +43,58 @@ StepRecords quarters(std::size_t n, std::uint8_t firstNote = 35) {
     return r;
 }
 
-void setNotes(CPhraseData& phrase, const StepRecords& notes) {
-    phrase.setSeqData(notes.data(), static_cast<std::int32_t>(notes.size()));
-}
-
 StepRecords notesOf(const CPhraseData& phrase) {
     return phrase.getSeqData() ? *phrase.getSeqData() : StepRecords{};
 }
 
-// (from, bars) of every variation.
-std::vector<std::pair<int, int>> windowsOf(const CPtnDataMgr& pattern) {
-    std::vector<std::pair<int, int>> w;
-    for (int v = 0; v < kVariationCount; ++v) {
-        w.emplace_back(pattern.getPhraseAtVariation(v)->getFrom(),
-                       pattern.getPhraseAtVariation(v)->getBars());
-    }
-    return w;
-}
-
 std::size_t slotAt(std::size_t p) {
-    return Image::kHeaderSize + p * Image::kSlotSize;
+    return 12 + p * kSlotSize;
 }
 
-std::uint32_t le(const FileBytes& b, std::size_t at, int width) {
+// The record count field of variation `v` of the first slot.
+std::size_t countAt(int v) {
+    return slotAt(0) + 24 + 16 * static_cast<std::size_t>(v) + 12;
+}
+
+std::uint32_t le(const Bytes& b, std::size_t at, int width) {
     std::uint32_t v = 0;
     for (int i = width - 1; i >= 0; --i) v = (v << 8) | b[at + static_cast<std::size_t>(i)];
     return v;
 }
 
-FileBytes patternFile(std::uint32_t usedBytes) {
-    FileBytes b(Image::kFileSize, 0);
+Bytes patternFile(std::uint32_t usedBytes) {
+    Bytes b(kFileSize, 0);
     std::memcpy(b.data(), "PTN_0000", 8);
-    for (int i = 0; i < 4; ++i)
-        b[kSlotCountAt + i] = static_cast<std::uint8_t>(usedBytes >> (8 * i));
+    for (int i = 0; i < 4; ++i) b[8 + i] = static_cast<std::uint8_t>(usedBytes >> (8 * i));
     return b;
 }
 
-class FileDataMgrTest : public test::PatternFileFixture {
+// A fresh context whose unit data folder is a scratch folder, with scripted alerts.
+class FileDataMgrTest : public ::testing::Test {
 protected:
+    FileDataMgrTest() {
+        fs::create_directories(dir / "unit");
+        ctx.install<FolderStorage, UnitStorage>(std::make_unique<FolderStorage>(dir / "unit"));
+        alerts =
+            &ctx.install<test::ScriptedAlerts, Alerts>(std::make_unique<test::ScriptedAlerts>());
+    }
+    CPatternMgr& patterns() { return ctx.patterns(); }
+    std::size_t patternCount() { return patterns().getPtnData().size(); }
+    fs::path unitFile() const { return dir / "unit" / "RHYTHM.QL0"; }
     std::shared_ptr<CPtnDataMgr> addPattern(const std::string& name, const StepRecords& notes) {
         auto p = patterns().addPatternData();
         p->setName(name);
-        for (int v = 0; v < kVariationCount; ++v) setNotes(*p->getPhraseAtVariation(v), notes);
+        for (int v = 0; v < kVariationCount; ++v) {
+            p->getPhraseAtVariation(v)->setSeqData(notes.data(),
+                                                   static_cast<std::int32_t>(notes.size()));
+        }
         return p;
     }
+    const CPtnDataMgr& pattern(std::size_t i) { return *patterns().getPtnData().at(i); }
 
-    struct Snapshot {
-        CPatternMgr::PatternList list;
-        bool active;
-        std::int32_t current;
-        bool operator==(const Snapshot&) const = default;
-    };
-    Snapshot snapshot() {
-        return {patterns().getPtnData(), patterns().getActive(), patterns().getCurPattarnNum()};
-    }
+    test::ScratchFolder dir;
+    Context ctx;
+    test::ScriptedAlerts* alerts = nullptr;
 };
 
 TEST_F(FileDataMgrTest, SavesTheWorkedExampleByteForByte) {
@@ -101,121 +106,115 @@ TEST_F(FileDataMgrTest, SavesTheWorkedExampleByteForByte) {
 
     ASSERT_TRUE(CFileDataMgr::saveData());
     EXPECT_FALSE(CEditNotify::isEdited());
-    const FileBytes f = readBytes(unitFile());
+    EXPECT_TRUE(CFileDataMgr::IsDataFileExist());
+    const Bytes f = readBytes(unitFile());
     ASSERT_EQ(f.size(), 2009212u);
     EXPECT_EQ(std::string(f.begin(), f.begin() + 8), "PTN_0000");
-    EXPECT_EQ(FileBytes(f.begin() + 8, f.begin() + 12), (FileBytes{0xF8, 0x9C, 0x00, 0x00}));
+    EXPECT_EQ(Bytes(f.begin() + 8, f.begin() + 12), (Bytes{0xF8, 0x9C, 0x00, 0x00}));
     const std::size_t s = slotAt(0);
     EXPECT_EQ(std::string(f.begin() + s, f.begin() + s + 13), std::string("ROCK        \0", 13));
-    EXPECT_EQ(FileBytes(f.begin() + s + 16, f.begin() + s + 22),
-              (FileBytes{0x05, 0x00, 0x64, 0x00, 0x03, 0x04}));
+    EXPECT_EQ(Bytes(f.begin() + s + 16, f.begin() + s + 22),
+              (Bytes{0x05, 0x00, 0x64, 0x00, 0x03, 0x04}));
     for (std::size_t v = 0; v < 10; ++v) {
         const std::size_t entry = s + 24 + 16 * v;
         EXPECT_EQ(le(f, entry + 12, 2), 120u) << "variation " << v;
         EXPECT_EQ(le(f, entry + 4, 2), 30u) << "120 quarters are 30 bars of 4/4";
     }
     // The first and the last record of the Intro, then nothing.
-    EXPECT_EQ(FileBytes(f.begin() + s + 184, f.begin() + s + 188), (FileBytes{96, 0, 35, 1}));
+    EXPECT_EQ(Bytes(f.begin() + s + 184, f.begin() + s + 188), (Bytes{96, 0, 35, 1}));
     EXPECT_EQ(le(f, s + 184 + 119 * 4, 4), 0x784A'0060u);  // delta 96, note 35 + 39, velocity 120
     EXPECT_EQ(le(f, s + 184 + 120 * 4, 4), 0u);
 }
 
-TEST_F(FileDataMgrTest, AnEmptyCollectionWritesNothing) {
-    const FileBytes before = {1, 2, 3};
+TEST_F(FileDataMgrTest, NothingIsWrittenWithoutPatternsOrWithoutTheUnit) {
+    const Bytes before = {1, 2, 3};
     writeBytes(unitFile(), before);
     EXPECT_TRUE(CFileDataMgr::saveData());
-    EXPECT_EQ(readBytes(unitFile()), before);
     EXPECT_TRUE(CFileDataMgr::exportData(dir / "empty.QL0"));
     EXPECT_FALSE(fs::exists(dir / "empty.QL0"));
+
+    Context withoutUnit;
+    withoutUnit.patterns().addPatternData();
+    EXPECT_FALSE(CFileDataMgr::IsVolumeExist());
+    EXPECT_FALSE(CFileDataMgr::IsDataFileExist());
+    EXPECT_FALSE(CFileDataMgr::loadData());
+    EXPECT_FALSE(CFileDataMgr::saveData());
+    EXPECT_TRUE(CEditNotify::isEdited());
+    EXPECT_EQ(readBytes(unitFile()), before);
 }
 
-TEST_F(FileDataMgrTest, WritesTheFirstFiftyPatternsOnly) {
+TEST_F(FileDataMgrTest, AFileHoldsFiftyPatternsAtMost) {
     for (int i = 0; i < 60; ++i) addPattern("P" + std::to_string(i), quarters(4));
     ASSERT_TRUE(CFileDataMgr::exportData(dir / "sixty.QL0"));
-    const FileBytes f = readBytes(dir / "sixty.QL0");
-    ASSERT_EQ(f.size(), Image::kFileSize);
-    EXPECT_EQ(le(f, kSlotCountAt, 4), 50u * 40184u);
+    const Bytes f = readBytes(dir / "sixty.QL0");
+    ASSERT_EQ(f.size(), kFileSize);
+    EXPECT_EQ(le(f, 8, 4), 50u * kSlotSize);
     EXPECT_EQ(std::string(f.begin() + slotAt(49), f.begin() + slotAt(49) + 3), "P49");
-
     ASSERT_TRUE(CFileDataMgr::importData(dir / "sixty.QL0"));
     ASSERT_EQ(patternCount(), 50u);
-    EXPECT_EQ(patterns().getPtnData().back()->getName(), "P49         ");
+    EXPECT_EQ(pattern(49).getName(), "P49         ");
+
+    // The header alone says how many slots are in use, and more than 50 is not believed.
+    const std::vector<std::pair<std::uint32_t, std::size_t>> counts = {
+        {0, 0}, {kSlotSize - 1, 0}, {3 * kSlotSize + 7, 3}, {51 * kSlotSize, 50}, {0xFFFFFFFF, 50}};
+    for (const auto& [used, expected] : counts) {
+        writeBytes(unitFile(), patternFile(used));
+        ASSERT_TRUE(CFileDataMgr::loadData()) << used;
+        EXPECT_EQ(patternCount(), expected) << used;
+        EXPECT_TRUE(patterns().getActive()) << used;
+        EXPECT_EQ(patterns().getCurPattarn() == nullptr, expected == 0) << used;
+    }
 }
 
 TEST_F(FileDataMgrTest, RecordsAreCutToTenThousandWrittenAndToWhatEachReaderTakes) {
     const StepRecords many = quarters(12000);
     addPattern("MANY", many);
     ASSERT_TRUE(CFileDataMgr::saveData());
-    const FileBytes f = readBytes(unitFile());
-    EXPECT_EQ(le(f, slotAt(0) + 24 + 12, 2), 10000u);
+    Bytes f = readBytes(unitFile());
+    EXPECT_EQ(le(f, countAt(0), 2), 10000u);
     const StepRecord last = many[9999];
     EXPECT_EQ(le(f, slotAt(0) + 184 + 9999 * 4, 4),
               last.delta | std::uint32_t{last.note} << 16 | std::uint32_t{last.velocity} << 24)
         << "the 10,000th record is written";
     EXPECT_EQ(le(f, slotAt(1), 4), 0u) << "the 10,001st is not, it would run into slot 1";
 
-    const StepRecords first10000(many.begin(), many.begin() + 10000);
-    ASSERT_TRUE(CFileDataMgr::loadData());
-    const StepRecords unitNotes = notesOf(*patterns().getPtnData()[0]->getPhraseAtVariation(9));
-    EXPECT_EQ(unitNotes, StepRecords(many.begin(), many.begin() + 9999));
-    ASSERT_TRUE(CFileDataMgr::importData(unitFile()));
-    EXPECT_EQ(notesOf(*patterns().getPtnData()[0]->getPhraseAtVariation(9)), first10000);
-}
-
-TEST_F(FileDataMgrTest, StoredCountsBeyondTheNoteAreaAreNotBelieved) {
-    FileBytes f = patternFile(40184);
-    const std::size_t count = slotAt(0) + 24 + 12;
-    f[count] = 0xFF;
-    f[count + 1] = 0xFF;
-    writeBytes(dir / "greedy.QL0", f);
-    ASSERT_TRUE(CFileDataMgr::importData(dir / "greedy.QL0"));
-    EXPECT_EQ(patterns().getPtnData()[0]->getPhraseAtVariation(0)->getSeqDataCount(), 10000);
-    writeBytes(unitFile(), f);
-    ASSERT_TRUE(CFileDataMgr::loadData());
-    EXPECT_EQ(patterns().getPtnData()[0]->getPhraseAtVariation(0)->getSeqDataCount(), 9999);
+    // The unit takes 9,999 records, an import 10,000, whatever the stored count says.
+    for (const bool overstated : {false, true}) {
+        if (overstated) {
+            f[countAt(0)] = 0xFF;
+            f[countAt(0) + 1] = 0xFF;
+            writeBytes(unitFile(), f);
+        }
+        ASSERT_TRUE(CFileDataMgr::loadData());
+        EXPECT_EQ(notesOf(*pattern(0).getPhraseAtVariation(0)),
+                  StepRecords(many.begin(), many.begin() + 9999));
+        ASSERT_TRUE(CFileDataMgr::importData(unitFile()));
+        EXPECT_EQ(notesOf(*pattern(0).getPhraseAtVariation(0)),
+                  StepRecords(many.begin(), many.begin() + 10000));
+    }
 }
 
 TEST_F(FileDataMgrTest, FilesThatAreNotPatternFilesLeaveTheCollectionAlone) {
     addPattern("KEEP", quarters(8));
-    const Snapshot before = snapshot();
+    patterns().setCurPatternNum(-1);
+    const auto before = patterns().getPtnData();
     test::NotificationRecorder seen;
 
-    FileBytes wrongMagic = patternFile(40184);
+    Bytes wrongMagic = patternFile(kSlotSize);
     wrongMagic[7] = '1';
-    FileBytes shortFile = patternFile(40184);
+    Bytes shortFile = patternFile(kSlotSize);
     shortFile.pop_back();
-    const std::vector<FileBytes> bad = {wrongMagic, shortFile, FileBytes(8, 'P'), {}};
-    for (std::size_t i = 0; i < bad.size(); ++i) {
-        writeBytes(dir / "bad.QL0", bad[i]);
-        EXPECT_FALSE(CFileDataMgr::importData(dir / "bad.QL0")) << "case " << i;
-        writeBytes(unitFile(), bad[i]);
-        EXPECT_FALSE(CFileDataMgr::loadData()) << "case " << i;
+    for (const Bytes& bad : {wrongMagic, shortFile, Bytes(8, 'P'), Bytes{}}) {
+        EXPECT_FALSE(CFileDataMgr::importData(writeBytes(dir / "bad.QL0", bad))) << bad.size();
+        writeBytes(unitFile(), bad);
+        EXPECT_FALSE(CFileDataMgr::loadData()) << bad.size();
     }
     EXPECT_FALSE(CFileDataMgr::importData(dir / "missing.QL0"));
-    EXPECT_FALSE(CFileDataMgr::importData(dir));
-    writeBytes(unitFile(), patternFile(40184));
-    unit->mounted = false;
-    EXPECT_FALSE(CFileDataMgr::loadData());
-
-    EXPECT_EQ(snapshot(), before);
+    EXPECT_FALSE(CFileDataMgr::importData(dir.path()));
+    EXPECT_EQ(patterns().getPtnData(), before);
+    EXPECT_EQ(patterns().getCurPattarnNum(), -1);
+    EXPECT_FALSE(patterns().getActive());
     EXPECT_EQ(seen.total(), 0);
-}
-
-TEST_F(FileDataMgrTest, TheHeaderCountIsBoundedToTheFiftySlots) {
-    const std::vector<std::pair<std::uint32_t, std::size_t>> cases = {
-        {0, 0}, {40183, 0}, {3 * 40184 + 7, 3}, {51 * 40184, 50}, {0xFFFFFFFF, 50}};
-    for (const auto& [used, expected] : cases) {
-        writeBytes(unitFile(), patternFile(used));
-        ASSERT_TRUE(CFileDataMgr::loadData()) << used;
-        EXPECT_EQ(patternCount(), expected) << used;
-        EXPECT_TRUE(patterns().getActive());
-    }
-    // An empty slot area: nothing current, but the collection counts as read.
-    writeBytes(dir / "none.QL0", patternFile(0));
-    ASSERT_TRUE(CFileDataMgr::importData(dir / "none.QL0"));
-    EXPECT_EQ(patternCount(), 0u);
-    EXPECT_EQ(patterns().getCurPattarn(), nullptr);
-    EXPECT_TRUE(patterns().getActive());
 }
 
 TEST_F(FileDataMgrTest, BarsAreRecountedInFourFourAndTheUnitPlaysThreeFillsAsOneBar) {
@@ -227,22 +226,27 @@ TEST_F(FileDataMgrTest, BarsAreRecountedInFourFourAndTheUnitPlaysThreeFillsAsOne
     EXPECT_EQ(le(readBytes(unitFile()), slotAt(0) + 24 + 4, 2), 16u) << "stored in 3/4";
 
     ASSERT_TRUE(CFileDataMgr::loadData());
-    auto fromUnit = patterns().getPtnData()[0];
-    EXPECT_EQ(fromUnit->getNume(), 3);
-    EXPECT_EQ(fromUnit->getDeno(), 4);
+    const CPtnDataMgr& fromUnit = pattern(0);
+    EXPECT_EQ(fromUnit.getNume(), 3);
     for (int v = 0; v < kVariationCount; ++v) {
-        const auto& phrase = *fromUnit->getPhraseAtVariation(v);
-        EXPECT_EQ(phrase.getTotalBars(), 12) << v;
-        EXPECT_EQ(phrase.getFileName(), "USER");
+        EXPECT_EQ(fromUnit.getPhraseAtVariation(v)->getTotalBars(), 12) << v;
+        EXPECT_EQ(fromUnit.getPhraseAtVariation(v)->getFileName(), "USER");
     }
-    EXPECT_EQ(fromUnit->getPhraseAtVariation(0)->getBars(), 12);
-    for (int v : {2, 4, 6}) EXPECT_EQ(fromUnit->getPhraseAtVariation(v)->getBars(), 1) << v;
-    EXPECT_EQ(fromUnit->getPhraseAtVariation(8)->getBars(), 4) << "D Fill keeps its window";
+    EXPECT_EQ(fromUnit.getPhraseAtVariation(0)->getBars(), 12);
+    for (int v : {2, 4, 6}) EXPECT_EQ(fromUnit.getPhraseAtVariation(v)->getBars(), 1) << v;
+    EXPECT_EQ(fromUnit.getPhraseAtVariation(8)->getBars(), 4) << "D Fill keeps its window";
 
     ASSERT_TRUE(CFileDataMgr::importData(unitFile()));
-    for (int v : {2, 4, 6, 8}) {
-        EXPECT_EQ(patterns().getPtnData()[0]->getPhraseAtVariation(v)->getBars(), 4) << v;
+    for (int v : {2, 4, 6, 8}) EXPECT_EQ(pattern(0).getPhraseAtVariation(v)->getBars(), 4) << v;
+}
+
+// (from, bars) of every variation.
+std::vector<std::pair<int, int>> windows(const CPtnDataMgr& p) {
+    std::vector<std::pair<int, int>> w;
+    for (int v = 0; v < kVariationCount; ++v) {
+        w.emplace_back(p.getPhraseAtVariation(v)->getFrom(), p.getPhraseAtVariation(v)->getBars());
     }
+    return w;
 }
 
 TEST_F(FileDataMgrTest, ExportThenImportGivesThePatternsBack) {
@@ -251,114 +255,197 @@ TEST_F(FileDataMgrTest, ExportThenImportGivesThePatternsBack) {
     a->setTempo(133);
     a->getPhraseAtVariation(1)->setFrom(2);
     a->getPhraseAtVariation(1)->setBars(3);
-    setNotes(*a->getPhraseAtVariation(3), quarters(10, 60));  // stored as a count only
+    const StepRecords other = quarters(10, 60);
+    a->getPhraseAtVariation(3)->setSeqData(other.data(), 10);  // stored as a count only
     auto b = addPattern("6/8", quarters(36));
     b->setDeno(8);
     b->setNume(6);
-    b->getPhraseAtVariation(7)->setFrom(1);
-    b->getPhraseAtVariation(7)->setBars(3);
     ASSERT_TRUE(CFileDataMgr::exportData(dir / "backup.QL0"));
     EXPECT_TRUE(CEditNotify::isEdited()) << "an export is not a save";
+    const auto windowsA = windows(*a);
 
-    const auto windowsA = windowsOf(*a);
-    const auto windowsB = windowsOf(*b);
     ASSERT_TRUE(CFileDataMgr::importData(dir / "backup.QL0"));
     ASSERT_EQ(patternCount(), 2u);
-    const auto& got = patterns().getPtnData();
-    EXPECT_EQ(got[0]->getName(), "LONGER THAN ");
-    EXPECT_EQ(got[1]->getName(), "6/8         ");
-    EXPECT_EQ(got[0]->getKitNum(), 7);
-    EXPECT_EQ(got[0]->getTempo(), 133);
-    EXPECT_EQ(got[1]->getNume(), 6);
-    EXPECT_EQ(got[1]->getDeno(), 8);
-    EXPECT_EQ(windowsOf(*got[0]), windowsA);
-    EXPECT_EQ(windowsOf(*got[1]), windowsB);
-    EXPECT_EQ(notesOf(*got[0]->getPhraseAtVariation(0)), quarters(64));
-    EXPECT_EQ(notesOf(*got[0]->getPhraseAtVariation(3)), quarters(10))
-        << "every variation plays the Intro's notes";
-    EXPECT_EQ(patterns().getCurPattarn(), got[0]);
-    EXPECT_EQ(got[0]->getCurVairationNum(), 0);
+    EXPECT_EQ(pattern(0).getName(), "LONGER THAN ");
+    EXPECT_EQ(pattern(0).getKitNum(), 7);
+    EXPECT_EQ(pattern(0).getTempo(), 133);
+    EXPECT_EQ(windows(pattern(0)), windowsA);
+    EXPECT_EQ(notesOf(*pattern(0).getPhraseAtVariation(0)), quarters(64));
+    EXPECT_EQ(notesOf(*pattern(0).getPhraseAtVariation(3)), quarters(10))
+        << "every variation plays as many of the Intro's notes as it had of its own";
+    EXPECT_EQ(pattern(1).getName(), "6/8         ");
+    EXPECT_EQ(pattern(1).getNume(), 6);
+    EXPECT_EQ(pattern(1).getDeno(), 8);
+    EXPECT_EQ(patterns().getCurPattarn(), patterns().getPtnData()[0]);
 }
 
-// Fails the writer's temporary file after a few bytes for as long as it lives.
-struct WriteFailure {
-    WriteFailure() { AtomicFileWriter::failAfterBytesForTesting(1000); }
-    ~WriteFailure() { AtomicFileWriter::failAfterBytesForTesting(-1); }
-};
-
-// Leaves root's override of file permissions for the file system calls of this thread, so
-// that a read-only folder is read-only to the test whoever runs it.
-struct WithoutRootOverride {
-    WithoutRootOverride() {
-        if (::geteuid() != 0) return;
-        ::setfsgid(65534);
-        ::setfsuid(65534);
-    }
-    ~WithoutRootOverride() {
-        if (::geteuid() != 0) return;
-        ::setfsuid(0);
-        ::setfsgid(0);
-    }
-};
-
-TEST_F(FileDataMgrTest, AFailedWriteKeepsThePreviousFile) {
+TEST_F(FileDataMgrTest, AFailedWriteKeepsThePreviousFileAndItsBackup) {
     addPattern("OLD", quarters(4));
     ASSERT_TRUE(CFileDataMgr::saveData());
-    const FileBytes old = readBytes(unitFile());
+    const Bytes old = readBytes(unitFile());
     addPattern("NEW", quarters(4));
-    {
-        WriteFailure failing;
-        EXPECT_FALSE(CFileDataMgr::saveData());
-    }
+    AtomicFileWriter::failAfterBytesForTesting(1000);
+    EXPECT_FALSE(CFileDataMgr::saveData());
+    AtomicFileWriter::failAfterBytesForTesting(-1);
     EXPECT_EQ(readBytes(unitFile()), old);
     EXPECT_TRUE(CEditNotify::isEdited());
-    ASSERT_TRUE(fs::is_directory(backups()));
-    auto kept = fs::directory_iterator(backups());
-    ASSERT_NE(kept, fs::directory_iterator());
-    EXPECT_EQ(readBytes(kept->path()), old);
-    for (const auto& e : fs::directory_iterator(unitFile().parent_path())) {
-        EXPECT_EQ(e.path(), unitFile()) << "no temporary file is left behind";
-    }
-
-    // A folder the program may not write to, in folders it may pass through.
-    fs::permissions(dir, fs::perms::owner_all | fs::perms::others_exec);
-    const fs::path locked = dir / "locked";
-    fs::create_directories(locked);
-    writeBytes(locked / "backup.QL0", old);
-    fs::permissions(locked, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_read |
-                                fs::perms::others_exec);
-    fs::permissions(backups(), fs::perms::all);
-    {
-        WithoutRootOverride asUser;
-        EXPECT_FALSE(CFileDataMgr::exportData(locked / "backup.QL0"));
-    }
-    EXPECT_EQ(readBytes(locked / "backup.QL0"), old);
-    EXPECT_EQ(std::distance(fs::directory_iterator(backups()), fs::directory_iterator()), 2);
+    const auto backup = fs::directory_iterator(dir.backups());
+    ASSERT_NE(backup, fs::directory_iterator());
+    EXPECT_EQ(readBytes(backup->path()), old);
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir / "unit"), fs::directory_iterator()), 1)
+        << "no temporary file is left behind";
 }
 
-TEST_F(FileDataMgrTest, OnlyTheFirstQuarterOfTheSlotsIsClearedBeforeAWrite) {
-    for (int i = 0; i < 20; ++i) addPattern("P" + std::to_string(i), quarters(2));
-    ASSERT_TRUE(CFileDataMgr::exportData(dir / "twenty.QL0"));
-    patterns().removePatternData(
-        CPatternMgr::IndexSet{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19});
-    ASSERT_TRUE(CFileDataMgr::exportData(dir / "one.QL0"));
-    const FileBytes f = readBytes(dir / "one.QL0");
-    EXPECT_EQ(le(f, kSlotCountAt, 4), 40184u);
-    EXPECT_TRUE(
-        std::all_of(f.begin() + slotAt(1), f.begin() + slotAt(12), [](auto b) { return b == 0; }));
-    EXPECT_EQ(std::string(f.begin() + slotAt(13), f.begin() + slotAt(13) + 3), "P13")
-        << "slots past the cleared quarter keep the last write";
-    ASSERT_TRUE(CFileDataMgr::importData(dir / "one.QL0"));
-    EXPECT_EQ(patternCount(), 1u);
+// Two bars of quarter-note kicks at division 96, so file ticks are the unit's steps.
+TrackBuilder kicks(std::uint8_t velocity = 100) {
+    TrackBuilder t;
+    t.noteOn(0, 36, velocity);
+    for (int i = 1; i < 8; ++i) t.noteOn(96, 36, velocity);
+    return t;
 }
 
-TEST_F(FileDataMgrTest, WithoutAStorageThereIsNoVolume) {
-    Context withoutUnit;
-    withoutUnit.patterns().addPatternData();
-    EXPECT_FALSE(CFileDataMgr::IsVolumeExist());
-    EXPECT_FALSE(CFileDataMgr::IsDataFileExist());
-    EXPECT_FALSE(CFileDataMgr::loadData());
-    EXPECT_FALSE(CFileDataMgr::saveData());
+// The kicks in one track, after a Set Tempo unless `micros` is 0.
+Bytes groove(std::uint32_t micros, std::uint8_t velocity = 100) {
+    TrackBuilder t;
+    if (micros != 0) t.tempo(0, micros);
+    t.raw(kicks(velocity).body()).endOfTrack(96);
+    return smfFile(0, 96, {t.chunk()});
+}
+
+class LoadSmfTest : public FileDataMgrTest {
+protected:
+    fs::path midi(const std::string& name, const Bytes& bytes) {
+        return writeBytes(dir / name, bytes);
+    }
+    std::shared_ptr<CPtnDataMgr> last() { return patterns().getPtnData().back(); }
+};
+
+TEST_F(LoadSmfTest, AppendsAPatternWhoseTenVariationsHoldTheFile) {
+    patterns().addPatternData();
+    const fs::path path = midi("groove.mid", groove(300000));
+    ASSERT_TRUE(CFileDataMgr::loadSmf(path));
+    ASSERT_EQ(patternCount(), 2u);
+    const auto p = last();
+    EXPECT_EQ(patterns().getCurPattarn(), p);
+    EXPECT_EQ(p->getCurVairationNum(), 0);
+    EXPECT_EQ(p->getNume(), 4);
+    EXPECT_EQ(p->getDeno(), 4);
+    EXPECT_EQ(p->getTempo(), 200);
+    StepRecords twoBars(1, StepRecord{0, 36, 100});
+    for (int i = 1; i < 8; ++i) twoBars.push_back({96, 36, 100});
+    twoBars.push_back({96, 0, 0});
+    for (int v = 0; v < kVariationCount; ++v) {
+        const CPhraseData& phrase = *p->getPhraseAtVariation(v);
+        EXPECT_EQ(phrase.getFileName(), path.string());
+        ASSERT_NE(phrase.getSeqData(), nullptr);
+        EXPECT_EQ(*phrase.getSeqData(), twoBars) << v;
+        EXPECT_EQ(phrase.getTotalBars(), 2);
+        const bool fill = v == 2 || v == 4 || v == 6 || v == 8;
+        EXPECT_EQ(phrase.getBars(), fill ? 1 : 2) << v;
+    }
+    EXPECT_TRUE(alerts->shown.empty());
+
+    // Without a Set Tempo the file reads as tempo 0 and the pattern gets the slowest.
+    ASSERT_TRUE(CFileDataMgr::loadSmf(midi("none.mid", groove(0))));
+    EXPECT_EQ(last()->getTempo(), 40);
+}
+
+TEST_F(LoadSmfTest, NamesThePatternAfterTheFileInTwelveCharacters) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"sixteen-letters!.mid", "sixteen-lett"},
+        {"k.MID", "k           "},
+        {"caf\xC3\xA9 groove.mid", "caf? groove "},
+        {"\xF0\x9F\xA5\x81 drums.mid", "? drums     "},
+        {"del\x7F.mid", "del?        "},
+        {"stray\xA9\xC3.mid", "stray??     "},
+        {"beat.v2.mid", "beat.v2     "},
+    };
+    for (const auto& [file, name] : cases) {
+        ASSERT_TRUE(CFileDataMgr::loadSmf(midi(file, groove(500000)))) << file;
+        EXPECT_EQ(last()->getName(), name) << file;
+    }
+}
+
+TEST_F(LoadSmfTest, AsksBeforeMergingTracksAndCancelChangesNothing) {
+    const Bytes tempoTrack = TrackBuilder().tempo(0, 500000).endOfTrack().chunk();
+    const fs::path path =
+        midi("funk.mid", smfFile(1, 96, {tempoTrack, kicks().endOfTrack(96).chunk()}));
+    test::NotificationRecorder seen;
+    alerts->answers = {false, true};
+
+    EXPECT_FALSE(CFileDataMgr::loadSmf(path));
+    EXPECT_EQ(patternCount(), 0u);
+    EXPECT_EQ(seen.total(), 0);
+    ASSERT_EQ(alerts->shown.size(), 1u);
+    EXPECT_EQ(alerts->shown[0].message, "SMF Format 1");
+    EXPECT_EQ(alerts->shown[0].informative, "Merge all tracks.");
+    EXPECT_EQ(alerts->shown[0].confirmButton, "OK");
+
+    ASSERT_TRUE(CFileDataMgr::loadSmf(path));
+    EXPECT_EQ(last()->getPhraseAtVariation(0)->getSeqDataCount(), 9);
+    EXPECT_EQ(last()->getTempo(), 120);
+
+    // One track, whatever the format, loads without a question.
+    alerts->shown.clear();
+    ASSERT_TRUE(CFileDataMgr::loadSmf(midi("one.mid", smfFile(1, 96, {kicks().chunk()}))));
+    EXPECT_TRUE(alerts->shown.empty());
+
+    // Nobody to ask means no.
+    Context unattended;
+    EXPECT_FALSE(CFileDataMgr::loadSmf(path));
+    EXPECT_TRUE(unattended.patterns().getPtnData().empty());
+}
+
+TEST_F(LoadSmfTest, FilesThatMakeNoPattern) {
+    patterns().addPatternData();
+    const auto before = patterns().getPtnData();
+    test::NotificationRecorder seen;
+    EXPECT_FALSE(CFileDataMgr::loadSmf(dir / "missing.mid"));
+    ASSERT_EQ(alerts->shown.size(), 1u);
+    EXPECT_EQ(alerts->shown[0].message, "Load MIDI File.");
+    EXPECT_EQ(alerts->shown[0].informative, "Format error.");
+    EXPECT_EQ(alerts->shown[0].confirmButton, "");
+    EXPECT_EQ(seen.total(), 0);
+
+    // Less than a bar: the pattern goes again, without a word.
+    const Bytes blip = smfFile(0, 96, {TrackBuilder().noteOn(0, 36, 100).endOfTrack(50).chunk()});
+    EXPECT_FALSE(CFileDataMgr::loadSmf(midi("blip.mid", blip)));
+    EXPECT_EQ(patterns().getPtnData(), before);
+    EXPECT_EQ(patterns().getCurPattarn(), before[0]);
+    EXPECT_EQ(alerts->shown.size(), 1u);
+
+    // A header the reader refuses passes the first look, which only tells unreadable from
+    // readable: each variation's read then fails and keeps its empty defaults, 16 bars long.
+    ASSERT_TRUE(CFileDataMgr::loadSmf(midi("song.mid", smfFile(2, 96, {kicks().chunk()}))));
+    EXPECT_EQ(last()->getName(), "song        ");
+    EXPECT_EQ(last()->getPhraseAtVariation(0)->getSeqData(), nullptr);
+    EXPECT_EQ(alerts->shown.size(), 1u);
+}
+
+// The ten readers of one load share one parse; what they get must not differ from a parse of
+// their own.
+TEST_F(LoadSmfTest, ReadersSharingAParseGetWhatTheirOwnParseWouldGive) {
+    // Rewritten in place at once, same size: the time stamp may well not change.
+    const fs::path path = midi("edited.mid", groove(500000));
+    ASSERT_TRUE(CFileDataMgr::loadSmf(path));
+    midi("edited.mid", groove(500000, 127));
+    ASSERT_TRUE(CFileDataMgr::loadSmf(path));
+    for (int v = 0; v < kVariationCount; ++v) {
+        EXPECT_EQ((*last()->getPhraseAtVariation(v)->getSeqData())[0].velocity, 127) << v;
+    }
+
+    // A reader keeps the tempo of an earlier file when the next one has none.
+    const fs::path plain = midi("plain.mid", groove(0));
+    CPhraseFile used;
+    ASSERT_TRUE(used.loadSmf(midi("fast.mid", groove(300000))));
+    CPhraseFile fresh;
+    ASSERT_TRUE(fresh.loadSmf(plain));
+    ASSERT_TRUE(used.loadSmf(plain));
+    EXPECT_EQ(fresh.getTemp(), 0);
+    EXPECT_EQ(used.getTemp(), 200);
+    ASSERT_EQ(used.getSeqDataCount(), fresh.getSeqDataCount());
+    EXPECT_TRUE(std::equal(used.getSeqData(), used.getSeqData() + used.getSeqDataCount(),
+                           fresh.getSeqData()));
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 tavrel_test(tavrel_patternfile_tests files
   AtomicFileWriterTest.cpp
   FileDataMgrTest.cpp
-  LoadSmfTest.cpp
-  SmfBuilder.cpp
 )
 target_link_libraries(tavrel_patternfile_tests PRIVATE tavrel::files)

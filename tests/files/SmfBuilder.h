@@ -1,6 +1,7 @@
-// Builds MIDI file bytes for the reader's tests: a header, tracks from raw event bytes, and
-// the variable-length numbers that delta times and meta lengths use.
+// Builds Standard MIDI File bytes for tests: tracks from raw event bytes, chunks and headers.
 #pragma once
+
+#include "model/StepRecord.h"
 
 #include <cstdint>
 #include <initializer_list>
@@ -8,12 +9,12 @@
 #include <string_view>
 #include <vector>
 
-#include "model/StepRecord.h"
-
 namespace tavrel {
 
 // Shows a record as {delta, note, velocity} in failed expectations.
-void PrintTo(const StepRecord& r, std::ostream* os);
+inline void PrintTo(const StepRecord& r, std::ostream* os) {
+    *os << "{" << r.delta << ", " << int{r.note} << ", " << int{r.velocity} << "}";
+}
 
 }  // namespace tavrel
 
@@ -21,39 +22,69 @@ namespace tavrel::test {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// Big-endian 7-bit groups, top bit set on every byte but the last.
-Bytes vlq(std::uint32_t value);
+inline Bytes operator+(Bytes a, const Bytes& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
 
-// The 14-byte "MThd" chunk.
-Bytes smfHeader(std::uint16_t format, std::uint16_t tracks, std::uint16_t division);
+// A four-letter tag, the body's length (big-endian), the body.
+inline Bytes chunk(std::string_view tag, const Bytes& body) {
+    Bytes out(tag.begin(), tag.end());
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        out.push_back(static_cast<std::uint8_t>(body.size() >> shift));
+    }
+    return out + body;
+}
 
-// A chunk with a four-letter tag and a big-endian length taken from the body.
-Bytes chunk(std::string_view tag, const Bytes& body);
+inline Bytes smfHeader(std::uint16_t format, std::uint16_t tracks, std::uint16_t division) {
+    Bytes body;
+    for (const std::uint16_t v : {format, tracks, division}) {
+        body.push_back(static_cast<std::uint8_t>(v >> 8));
+        body.push_back(static_cast<std::uint8_t>(v));
+    }
+    return chunk("MThd", body);
+}
 
-Bytes operator+(Bytes a, const Bytes& b);
-
-// Event bytes of one track, written in file order.
 class TrackBuilder {
 public:
-    // A delta time followed by the event's bytes as given (status byte or not).
-    TrackBuilder& event(std::uint32_t delta, std::initializer_list<std::uint8_t> bytes);
-    TrackBuilder& noteOn(std::uint32_t delta, std::uint8_t note, std::uint8_t velocity,
-                         std::uint8_t channel = 9);
-    TrackBuilder& noteOff(std::uint32_t delta, std::uint8_t note, std::uint8_t channel = 9);
-    TrackBuilder& tempo(std::uint32_t delta, std::uint32_t microsPerQuarter);
-    TrackBuilder& endOfTrack(std::uint32_t delta = 0);
+    // A delta time as a variable-length number, then the event's bytes as given.
+    TrackBuilder& event(std::uint32_t delta, std::initializer_list<std::uint8_t> bytes) {
+        Bytes vlq{static_cast<std::uint8_t>(delta & 0x7F)};
+        while ((delta >>= 7) != 0) {
+            vlq.insert(vlq.begin(), static_cast<std::uint8_t>(0x80 | (delta & 0x7F)));
+        }
+        mBody = mBody + vlq + Bytes(bytes);
+        return *this;
+    }
+    TrackBuilder& noteOn(std::uint32_t delta, int note, int velocity) {
+        return event(delta,
+                     {0x99, static_cast<std::uint8_t>(note), static_cast<std::uint8_t>(velocity)});
+    }
+    TrackBuilder& tempo(std::uint32_t delta, std::uint32_t micros) {
+        return event(delta,
+                     {0xFF, 0x51, 0x03, static_cast<std::uint8_t>(micros >> 16),
+                      static_cast<std::uint8_t>(micros >> 8), static_cast<std::uint8_t>(micros)});
+    }
+    TrackBuilder& endOfTrack(std::uint32_t delta = 0) { return event(delta, {0xFF, 0x2F, 0x00}); }
     // Bytes appended as they are, with no delta time in front.
-    TrackBuilder& raw(const Bytes& bytes);
+    TrackBuilder& raw(const Bytes& bytes) {
+        mBody = mBody + bytes;
+        return *this;
+    }
 
     const Bytes& body() const { return mBody; }
-    // "MTrk", the body's length, the body.
-    Bytes chunk() const;
+    Bytes chunk() const { return test::chunk("MTrk", mBody); }
 
 private:
     Bytes mBody;
 };
 
-// A header declaring as many tracks as are given, followed by their chunks.
-Bytes smfFile(std::uint16_t format, std::uint16_t division, std::initializer_list<Bytes> chunks);
+// A header declaring as many tracks as there are chunks, then the chunks.
+inline Bytes smfFile(std::uint16_t format, std::uint16_t division,
+                     std::initializer_list<Bytes> chunks) {
+    Bytes out = smfHeader(format, static_cast<std::uint16_t>(chunks.size()), division);
+    for (const Bytes& c : chunks) out = out + c;
+    return out;
+}
 
 }  // namespace tavrel::test

@@ -1,71 +1,41 @@
 #include "files/CXMLFile.h"
 #include "files/FolderStorage.h"
-#include "files/SettingsFixture.h"
+#include "files/SettingsCopy.h"
 #include "model/Context.h"
-#include "model/Log.h"
+#include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace tavrel {
 namespace {
 
 namespace fs = std::filesystem;
-using Bytes = std::vector<std::uint8_t>;
-using test::SettingsFixture;
+using test::Bytes;
+using test::settingsCopy;
 
 class XMLFileTest : public ::testing::Test {
 protected:
-    Context ctx;
-    fs::path dir;
-    fs::path data;
-    std::optional<std::string> oldXdg;
-
-    void SetUp() override {
-        const std::string test = ::testing::UnitTest::GetInstance()->current_test_info()->name();
-        dir = fs::temp_directory_path() / ("tavrel-xml-" + std::to_string(::getpid()) + "-" + test);
-        data = dir / "DATA";
+    XMLFileTest() {
         fs::create_directories(data);
-        // The writer keeps backups of replaced files; they belong to the test, not the user.
-        if (const char* xdg = std::getenv("XDG_DATA_HOME")) oldXdg = xdg;
-        ::setenv("XDG_DATA_HOME", (dir / "xdg").c_str(), 1);
         ctx.install<FolderStorage, UnitStorage>(std::make_unique<FolderStorage>(data));
     }
-    void TearDown() override {
-        if (oldXdg) {
-            ::setenv("XDG_DATA_HOME", oldXdg->c_str(), 1);
-        } else {
-            ::unsetenv("XDG_DATA_HOME");
-        }
-        fs::remove_all(dir);
-    }
-
-    void put(const std::string& name, const Bytes& bytes) {
-        SettingsFixture::writeFile(data / name, bytes);
-    }
+    void put(const std::string& name, const Bytes& bytes) { test::writeBytes(data / name, bytes); }
     void putXml(const std::string& name, const std::string& xml, std::int32_t generation) {
-        put(name, SettingsFixture::copyOf(xml, generation));
+        put(name, settingsCopy(xml, generation));
     }
-    Bytes bytesOf(const std::string& name) {
-        std::ifstream in(data / name, std::ios::binary);
-        return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-    // The text of a copy this program wrote: everything before the line feed and generation.
+    Bytes bytesOf(const std::string& name) { return test::readBytes(data / name); }
+    // The text of a saved copy: everything before the line feed and the generation.
     std::string textOf(const std::string& name) {
         const Bytes b = bytesOf(name);
         return b.size() < 5 ? std::string() : std::string(b.begin(), b.end() - 5);
     }
-    Bytes lastFive(const std::string& name) {
-        const Bytes b = bytesOf(name);
-        return b.size() < 5 ? b : Bytes(b.end() - 5, b.end());
-    }
+
+    test::ScratchFolder dir;
+    fs::path data = dir / "DATA";
+    Context ctx;
 };
 
 std::string memoryWithKit(int kit) {
@@ -106,15 +76,12 @@ TEST_F(XMLFileTest, TheCopyWithTheGreaterGenerationWinsAndATieGoesToFileOne) {
     }
 }
 
-TEST_F(XMLFileTest, TruncatedOrGarbageCopiesCountAsMissing) {
+TEST_F(XMLFileTest, UnusableCopiesCountAsMissing) {
     const Bytes unusable[] = {
         {},
-        {'<'},
-        {'<', 'm'},
         {'<', 'm', '>'},
-        {0, 0, 0, 0},
-        SettingsFixture::copyOf("not XML at all", 9),
-        SettingsFixture::copyOf("<memory><mem id=\"0\"><CONTENT350><Kit>1</Kit>", 9),
+        settingsCopy("not XML at all", 9),
+        settingsCopy("<memory><mem id=\"0\"><CONTENT350><Kit>1</Kit>", 9),
     };
     for (const Bytes& bad : unusable) {
         const std::string what = std::to_string(bad.size()) + " bytes";
@@ -126,11 +93,9 @@ TEST_F(XMLFileTest, TruncatedOrGarbageCopiesCountAsMissing) {
             CXMLFile settings;
             EXPECT_EQ(settings.getCurrentNumber(), -1) << what;
             EXPECT_EQ(settings.getKitFromMem(0, 350), -1) << what;
-            EXPECT_EQ(settings.getTempoFromMem(0, 350), -1) << what;
             EXPECT_FALSE(settings.setKitAndTempoFromMem(0, 0, 1, 120)) << what;
             EXPECT_FALSE(settings.saveFile()) << what;
             EXPECT_EQ(bytesOf("MEMORY1.QL0"), bad) << what;
-            EXPECT_FALSE(fs::exists(data / "MEMORY2.QL0")) << what;
         }
         // Beside an unusable copy, the other one is taken even when it is older.
         putXml("SYSTEM2.QL0", systemWith(2), -100);
@@ -139,40 +104,11 @@ TEST_F(XMLFileTest, TruncatedOrGarbageCopiesCountAsMissing) {
         EXPECT_EQ(settings.getCurrentNumber(), 2) << what;
         EXPECT_EQ(settings.getKitFromMem(0, 350), 22) << what;
     }
-}
 
-TEST_F(XMLFileTest, WithoutTheUnitsStorageThereIsNothingToReadOrWrite) {
     Context withoutUnit;
-    putXml("MEMORY1.QL0", memoryWithKit(11), 0);
     CXMLFile settings;
     EXPECT_FALSE(settings.hasMemoryDoc());
     EXPECT_FALSE(settings.saveFile());
-    EXPECT_EQ(bytesOf("MEMORY1.QL0"), SettingsFixture::copyOf(memoryWithKit(11), 0));
-}
-
-TEST_F(XMLFileTest, ReadersTakeTheContentNumberAndLogTheValue) {
-    SettingsFixture unit;
-    unit.memNum = 7;
-    unit.seed(data);
-    std::vector<std::string> logged;
-    Log::setSink([&](std::string_view category, std::string_view text) {
-        logged.push_back(std::string(category) + ": " + std::string(text));
-    });
-    const CXMLFile settings;
-    EXPECT_EQ(settings.getCurrentNumber(), 7);
-    EXPECT_EQ(settings.getKitFromMem(3, 350), SettingsFixture::kitOf(3, 350));
-    EXPECT_EQ(settings.getTempoFromMem(49, 399), SettingsFixture::tempoOf(49, 399));
-    EXPECT_EQ(settings.getKitFromMem(0, 0), SettingsFixture::kitOf(0, 0));  // CONTENT000
-    EXPECT_EQ(settings.getKitFromMem(50, 350), -1);
-    EXPECT_EQ(settings.getTempoFromMem(3, 349), -1);
-    EXPECT_EQ(settings.getKitFromMem(3, 400), -1);
-    Log::setSink({});
-    const std::vector<std::string> expected = {
-        "files: Kit " + std::to_string(SettingsFixture::kitOf(3, 350)),
-        "files: Tempo " + std::to_string(SettingsFixture::tempoOf(49, 399)),
-        "files: Kit " + std::to_string(SettingsFixture::kitOf(0, 0)),
-    };
-    EXPECT_EQ(logged, expected);
 }
 
 TEST_F(XMLFileTest, PathsMustMatchOneElementAndNumbersAreReadLeniently) {
@@ -193,77 +129,59 @@ TEST_F(XMLFileTest, PathsMustMatchOneElementAndNumbersAreReadLeniently) {
     EXPECT_EQ(settings.getKitFromMem(0, 352), -3);
     EXPECT_EQ(settings.getTempoFromMem(0, 352), 2147483647);
     EXPECT_EQ(settings.getKitFromMem(1, 350), -1);  // two memories with id 1
+    EXPECT_EQ(settings.getKitFromMem(0, 353), -1);
 }
 
-TEST_F(XMLFileTest, SettingAPatternChangesOnlyItsContentAndTheSavedCopiesWinNextTime) {
-    SettingsFixture unit;
-    unit.seed(data);
+TEST_F(XMLFileTest, TheSetterChangesOneContentAndASaveKeepsEverythingElse) {
+    // In the unit's own layout, so that the saved text differs only in what was set.
+    const std::string before =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<memory>\n"
+        "<mem id=\"3\">\n"
+        "<CONTENT350>\n\t<Kit>1</Kit>\n\t<Tempo>1200</Tempo>\n</CONTENT350>\n"
+        "<CONTENT351>\n\t<Kit>2</Kit>\n</CONTENT351>\n"
+        "<CONTENT352>\n\t<Kit>2</Kit>\n\t<Tempo>3</Tempo>\n\t<Tempo>4</Tempo>\n</CONTENT352>\n"
+        "<CONTENT399>\n\t<Kit>5</Kit>\n\t<Tempo>1000</Tempo>\n</CONTENT399>\n"
+        "</mem>\n"
+        "</memory>";
+    putXml("MEMORY2.QL0", before, 7);
     CXMLFile settings;
-    EXPECT_TRUE(settings.setKitAndTempoFromMem(3, 0, 12, 95));
-    EXPECT_TRUE(settings.setKitAndTempoFromMem(49, 49, 0, 350));
-    EXPECT_FALSE(settings.setKitAndTempoFromMem(3, 50, 1, 120));  // no CONTENT400
-    EXPECT_FALSE(settings.setKitAndTempoFromMem(50, 0, 1, 120));
-    EXPECT_TRUE(settings.saveFile());
-
-    unit.change(3, 350, 12, 950);
-    unit.change(49, 399, 0, 3500);
-    EXPECT_EQ(bytesOf("MEMORY1.QL0"), SettingsFixture::copyOf(unit.memoryXml(), 0));
-    EXPECT_EQ(bytesOf("MEMORY2.QL0"), SettingsFixture::copyOf(unit.memoryXml(), 1));
-
-    const CXMLFile again;
-    EXPECT_EQ(again.getKitFromMem(3, 350), 12);
-    EXPECT_EQ(again.getTempoFromMem(3, 350), 950);
-}
-
-TEST_F(XMLFileTest, AContentWithoutOneKitAndOneTempoIsLeftAlone) {
-    putXml("MEMORY1.QL0",
-           "<memory><mem id=\"3\">"
-           "<CONTENT350><Kit>1</Kit></CONTENT350>"
-           "<CONTENT351><Kit>2</Kit><Tempo>3</Tempo><Tempo>4</Tempo></CONTENT351>"
-           "<CONTENT352><Tempo>5</Tempo></CONTENT352>"
-           "</mem></memory>",
-           0);
-    CXMLFile settings;
-    EXPECT_FALSE(settings.setKitAndTempoFromMem(3, 0, 12, 95));
-    EXPECT_FALSE(settings.setKitAndTempoFromMem(3, 1, 12, 95));
-    EXPECT_FALSE(settings.setKitAndTempoFromMem(3, 2, 12, 95));
+    EXPECT_TRUE(settings.setKitAndTempoFromMem(3, 0, 12, 95));    // content 350
+    EXPECT_FALSE(settings.setKitAndTempoFromMem(3, 1, 12, 95));   // no Tempo
+    EXPECT_FALSE(settings.setKitAndTempoFromMem(3, 2, 12, 95));   // two Tempos
+    EXPECT_FALSE(settings.setKitAndTempoFromMem(3, 50, 12, 95));  // no content 400
+    EXPECT_FALSE(settings.setKitAndTempoFromMem(2, 0, 12, 95));   // no memory 2
+    EXPECT_TRUE(settings.setKitAndTempoFromMem(3, 49, 0, 350));
     ASSERT_TRUE(settings.saveFile());
-    EXPECT_EQ(textOf("MEMORY1.QL0"),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-              "<memory>\n"
-              "<mem id=\"3\">\n"
-              "<CONTENT350>\n"
-              "\t<Kit>1</Kit>\n"
-              "</CONTENT350>\n"
-              "<CONTENT351>\n"
-              "\t<Kit>2</Kit>\n"
-              "\t<Tempo>3</Tempo>\n"
-              "\t<Tempo>4</Tempo>\n"
-              "</CONTENT351>\n"
-              "<CONTENT352>\n"
-              "\t<Tempo>5</Tempo>\n"
-              "</CONTENT352>\n"
-              "</mem>\n"
-              "</memory>");
+
+    std::string after = before;
+    const auto change = [&](const std::string& from, const std::string& to) {
+        after.replace(after.find(from), from.size(), to);
+    };
+    change("<Kit>1</Kit>\n\t<Tempo>1200<", "<Kit>12</Kit>\n\t<Tempo>950<");
+    change("<Kit>5</Kit>\n\t<Tempo>1000<", "<Kit>0</Kit>\n\t<Tempo>3500<");
+    EXPECT_EQ(textOf("MEMORY1.QL0"), after);
 }
 
 TEST_F(XMLFileTest, SaveWritesTheUnitsLayoutAndGenerationsZeroAndOne) {
+    // standalone="yes" is dropped from the declaration, other attributes stay.
     putXml("MEMORY2.QL0",
+           "<?xml version='1.0' encoding='UTF-8' standalone='yes'?><!-- kept -->"
            "<memory><mem id=\"3\"><Name/><CONTENT350><Kit>7</Kit><Tempo>1200</Tempo>"
            "<Pad><Layer><Sample>kick &amp; snare</Sample></Layer></Pad></CONTENT350></mem>"
            "</memory>",
            41);
     CXMLFile settings;
-    ASSERT_TRUE(settings.setKitAndTempoFromMem(3, 0, 12, 95));
     ASSERT_TRUE(settings.saveFile());
     const std::string expected =
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<!-- kept -->\n"
         "<memory>\n"
         "<mem id=\"3\">\n"
         "<Name></Name>\n"
         "<CONTENT350>\n"
-        "\t<Kit>12</Kit>\n"
-        "\t<Tempo>950</Tempo>\n"
+        "\t<Kit>7</Kit>\n"
+        "\t<Tempo>1200</Tempo>\n"
         "\t<Pad>\n"
         "    \t<Layer>\n"
         "        \t<Sample>kick &amp; snare</Sample>\n"
@@ -272,57 +190,28 @@ TEST_F(XMLFileTest, SaveWritesTheUnitsLayoutAndGenerationsZeroAndOne) {
         "</CONTENT350>\n"
         "</mem>\n"
         "</memory>";
-    EXPECT_EQ(textOf("MEMORY1.QL0"), expected);
-    EXPECT_EQ(textOf("MEMORY2.QL0"), expected);
-    EXPECT_EQ(lastFive("MEMORY1.QL0"), (Bytes{0x0A, 0, 0, 0, 0}));
-    EXPECT_EQ(lastFive("MEMORY2.QL0"), (Bytes{0x0A, 1, 0, 0, 0}));
+    EXPECT_EQ(bytesOf("MEMORY1.QL0"), settingsCopy(expected, 0));
+    EXPECT_EQ(bytesOf("MEMORY2.QL0"), settingsCopy(expected, 1));
 }
 
-TEST_F(XMLFileTest, TheDeclarationKeepsItsAttributesExceptStandaloneYes) {
-    struct Case {
-        const char* read;
-        const char* written;
-    };
-    const Case cases[] = {
-        {"", R"(<?xml version="1.0" encoding="UTF-8"?>)"},
-        {R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)",
-         R"(<?xml version="1.0" encoding="UTF-8"?>)"},
-        {"<?xml version='1.0' standalone='yes'?>", R"(<?xml version="1.0"?>)"},
-        {R"(<?xml version="1.0" encoding="UTF-8" standalone="no"?>)",
-         R"(<?xml version="1.0" encoding="UTF-8" standalone="no"?>)"},
-    };
-    for (const Case& c : cases) {
-        putXml("MEMORY1.QL0", std::string(c.read) + "<memory><!-- kept --></memory>", 0);
-        fs::remove(data / "MEMORY2.QL0");
-        CXMLFile settings;
-        ASSERT_TRUE(settings.saveFile()) << c.read;
-        EXPECT_EQ(textOf("MEMORY2.QL0"),
-                  std::string(c.written) + "\n<memory>\n<!-- kept -->\n</memory>")
-            << c.read;
-    }
-}
-
-TEST_F(XMLFileTest, SaveStopsAtTheFirstFailedWriteAndReportsTheSecond) {
-    // A folder standing where a copy goes stops the writer even for root, which a read-only
-    // data folder would not.
-    SettingsFixture unit;
-    unit.seed(data);
+TEST_F(XMLFileTest, SaveStopsAtAFailedFirstWriteAndReportsAFailedSecond) {
+    // A folder where a copy goes stops the writer even for root.
+    putXml("MEMORY2.QL0", memoryWithKit(22), 5);
     const Bytes second = bytesOf("MEMORY2.QL0");
-    fs::remove(data / "MEMORY1.QL0");
     fs::create_directory(data / "MEMORY1.QL0");
     {
         CXMLFile settings;
-        ASSERT_TRUE(settings.setKitAndTempoFromMem(3, 0, 12, 95));
+        ASSERT_TRUE(settings.setKitAndTempoFromMem(0, 0, 12, 95));
         EXPECT_FALSE(settings.saveFile());
         EXPECT_EQ(bytesOf("MEMORY2.QL0"), second);
     }
     fs::remove(data / "MEMORY1.QL0");
     fs::remove(data / "MEMORY2.QL0");
     fs::create_directory(data / "MEMORY2.QL0");
-    SettingsFixture::writeFile(data / "MEMORY1.QL0", SettingsFixture::copyOf(unit.memoryXml(), 4));
+    putXml("MEMORY1.QL0", memoryWithKit(11), 4);
     CXMLFile settings;
     EXPECT_FALSE(settings.saveFile());
-    EXPECT_EQ(lastFive("MEMORY1.QL0"), (Bytes{0x0A, 0, 0, 0, 0}));
+    EXPECT_EQ(bytesOf("MEMORY1.QL0").back(), 0) << "the first copy was written, generation 0";
 }
 
 }  // namespace
