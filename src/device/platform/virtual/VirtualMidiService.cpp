@@ -101,6 +101,7 @@ MidiService::Status VirtualMidiService::send(std::int64_t destination,
         }
         port->backlog.push_back({std::chrono::steady_clock::now(),
                                  std::vector<std::uint8_t>(bytes.begin(), bytes.end())});
+        if (port->backlog.size() > kBacklogKept) port->backlog.pop_front();
         callback = port->callback;
     }
     if (callback) callback(bytes);
@@ -154,7 +155,8 @@ std::vector<VirtualMidiService::Received> VirtualMidiService::backlog(
     std::int64_t destination) const {
     std::lock_guard lock(mLock);
     const Port* port = findPort(destination);
-    return port != nullptr ? port->backlog : std::vector<Received>{};
+    if (port == nullptr) return {};
+    return {port->backlog.begin(), port->backlog.end()};
 }
 
 bool VirtualMidiService::isConnected(std::int64_t source) const {

@@ -71,7 +71,9 @@ public:
     // The service reports trouble, as when a device's data is lost.
     void injectIOError(const std::string& text);
 
-    // What the program has sent to `destination`, oldest first.
+    // What the program has sent to `destination`, oldest first; the newest kBacklogKept
+    // messages only, so that a long session does not grow without end.
+    static constexpr std::size_t kBacklogKept = 65536;
     std::vector<Received> backlog(std::int64_t destination) const;
     bool isConnected(std::int64_t source) const;
     std::optional<std::string> clientName() const;
@@ -84,9 +86,9 @@ private:
     struct Port {
         MidiService::Endpoint endpoint;
         bool isSource = false;
-        bool connected = false;         // sources: routed to the client's input port
-        DestinationCallback callback;   // destinations
-        std::vector<Received> backlog;  // destinations
+        bool connected = false;        // sources: routed to the client's input port
+        DestinationCallback callback;  // destinations
+        std::deque<Received> backlog;  // destinations
     };
     // One hand-over to the client: bytes, or a notification when `notification` is set.
     struct Delivery {
