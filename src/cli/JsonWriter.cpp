@@ -91,6 +91,12 @@ JsonWriter& JsonWriter::value(bool flag) {
     return *this;
 }
 
+JsonWriter& JsonWriter::nullValue() {
+    separate();
+    mOut << "null";
+    return *this;
+}
+
 void JsonWriter::writeString(std::ostream& out, std::string_view text) {
     out << '"';
     for (std::size_t i = 0; i < text.size();) {

@@ -23,6 +23,8 @@ public:
     JsonWriter& value(std::int64_t number);
     JsonWriter& value(int number) { return value(std::int64_t{number}); }
     JsonWriter& value(bool flag);
+    // JSON's null, for a field that has no value now.
+    JsonWriter& nullValue();
 
     // Escapes text as a JSON string; bytes that are not valid UTF-8 become U+FFFD.
     static void writeString(std::ostream& out, std::string_view text);

@@ -1,9 +1,10 @@
-// tavrel-cli: the pattern tools without the desktop program.
+// tavrel-cli: the pattern tools and the unit without the desktop program.
 #include "cli/Command.h"
 #include "cli/ConvertCommand.h"
 #include "cli/ListCommand.h"
 #include "cli/MemoryCommand.h"
 #include "cli/SmfCommand.h"
+#include "cli/UnitCommand.h"
 #include "model/Context.h"
 #include "model/Log.h"
 
@@ -28,6 +29,8 @@ constexpr Entry kCommands[] = {
      "show every pattern of a pattern file"},
     {"memory", &tavrel::cli::MemoryCommand::run, &tavrel::cli::MemoryCommand::usage,
      "show kit and tempo of the user patterns in the unit's 50 memories"},
+    {"unit", &tavrel::cli::UnitCommand::run, &tavrel::cli::UnitCommand::usage,
+     "talk to the unit: its state, load its kits and patterns, pull or push its pattern file"},
 };
 
 void printUsage(std::ostream& out) {

@@ -1,0 +1,30 @@
+// The alerts of a command that talks to the unit: printed on stderr as they come (once each,
+// by CliAlerts) and kept, so that the command's report can name the one that stopped it.
+#pragma once
+
+#include "cli/CliAlerts.h"
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace tavrel::cli {
+
+class RecordedAlerts : public Alerts {
+public:
+    // Nothing the unit commands do asks a question; one that did would be declined.
+    explicit RecordedAlerts(std::ostream& err) : mPrinter(err, false) {}
+
+    void alert(const std::string& message, const std::string& informative = {}) override;
+    bool ask(const std::string& message, const std::string& informative,
+             const std::string& confirmButton) override;
+
+    // The messages shown so far, oldest first.
+    const std::vector<std::string>& shown() const { return mShown; }
+
+private:
+    CliAlerts mPrinter;
+    std::vector<std::string> mShown;
+};
+
+}  // namespace tavrel::cli
