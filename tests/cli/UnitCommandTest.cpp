@@ -1,0 +1,187 @@
+// `tavrel-cli unit` end to end against the unit simulated inside the command, in a storage
+// folder of the test's. The simulated unit answers at once, so nothing here waits.
+#include "cli/ConvertCommand.h"
+#include "cli/UnitCommand.h"
+#include "cli/UnitOptions.h"
+#include "cli/UnitSession.h"
+#include "model/Context.h"
+#include "model/Log.h"
+#include "sim/FactoryKits.h"
+#include "sim/SimulatedUnit.h"
+#include "support/ScratchFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace tavrel::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The simulator's kits as the link's list holds them: each name padded to the 15 characters
+// a slot of the unit's list has.
+std::string factoryKitsJson() {
+    std::string json;
+    for (const std::string_view name : sim::FactoryKits::names()) {
+        std::string padded(name);
+        padded.resize(15, ' ');
+        json += (json.empty() ? "\"" : ",\"") + padded + "\"";
+    }
+    return "[" + json + "]";
+}
+
+// The load report without its timing, which differs from run to run.
+std::string withoutElapsed(const std::string& json) {
+    return std::regex_replace(json, std::regex("\"elapsed_ms\":[0-9]+,"), "");
+}
+
+class UnitCommandTest : public ::testing::Test {
+protected:
+    UnitCommandTest() {
+        Log::setSink([](std::string_view, std::string_view) {});
+    }
+    ~UnitCommandTest() override { Log::setSink({}); }
+
+    // `tavrel-cli unit ACTION ARGS... --simulate=MODEL --sim-storage STORAGE`.
+    int unit(Args args, const std::string& model = "QL-900") {
+        args.insert(args.end(), {"--simulate=" + model, "--sim-storage", storage().string()});
+        out.str("");
+        err.str("");
+        return UnitCommand::run(args, {out, err});
+    }
+    // A pattern file converted from the examples named.
+    std::string convert(const std::vector<std::string>& examples) {
+        Args args;
+        for (const auto& name : examples)
+            args.push_back(std::string(TAVREL_EXAMPLES_DIR) + "/" + name);
+        const std::string file = (dir / "in.QL0").string();
+        args.insert(args.end(), {"-o", file});
+        EXPECT_EQ(ConvertCommand::run(args, {out, err}), kExitOk) << err.str();
+        return file;
+    }
+
+    struct After {
+        int exit;
+        bool editorMode;  // the unit's own state once the command is over
+        bool mounted;
+    };
+    // `tavrel-cli unit ACTION... --simulate`, with the unit held by another editor first when
+    // `held`.
+    After inSession(const Args& action, bool held) {
+        Args args = action;
+        args.insert(args.end(), {"--simulate", "--sim-storage", storage().string()});
+        out.str("");
+        err.str("");
+        Context context;
+        const auto options = UnitOptions::parse(args, err);
+        const auto session = options ? UnitSession::open(*options, err) : nullptr;
+        if (!session) {
+            ADD_FAILURE() << err.str();
+            return {};
+        }
+        sim::SimulatedUnit& simulated = *session->simulatedUnit();
+        simulated.faults().heldByOtherEditor = held;
+        const int exit = UnitCommand::run(*session, *options, {out, err});
+        return {exit, simulated.editorMode(), simulated.mounted()};
+    }
+
+    fs::path storage() const { return dir / "unit"; }
+    fs::path unitFile() const { return storage() / "VANTIK" / "DATA" / "RHYTHM.QL0"; }
+
+    test::ScratchFolder dir;  // points XDG_DATA_HOME into itself
+    std::ostringstream out;
+    std::ostringstream err;
+};
+
+TEST_F(UnitCommandTest, BadCommandLinesExitTwoWithoutStartingAUnit) {
+    const std::string storage = this->storage().string();
+    const std::vector<Args> cases = {
+        {},
+        {"save"},
+        {"pull", "--simulate"},
+        {"push", "a.QL0", "b.QL0", "--simulate"},
+        {"pull", "a.QL0", "--json", "--simulate"},
+        {"load", "--simulate=QL-1000"},
+        {"load", "--sim-storage", storage},
+        {"load", "--simulate", "--volume-root", storage},
+    };
+    for (const Args& args : cases) {
+        out.str("");
+        err.str("");
+        EXPECT_EQ(UnitCommand::run(args, {out, err}), kExitUsage) << err.str();
+        EXPECT_NE(err.str().find("; usage: tavrel-cli unit "), std::string::npos) << err.str();
+        EXPECT_EQ(out.str(), "");
+    }
+    EXPECT_FALSE(fs::exists(storage));
+}
+
+TEST_F(UnitCommandTest, EachModelReportsItselfFreeAndLoadsItsKitsAndNoPatterns) {
+    for (const std::string model : {"QL-900", "QL-414XE3"}) {
+        SCOPED_TRACE(model);
+        ASSERT_EQ(unit({"status", "--json"}, model), kExitOk) << err.str();
+        EXPECT_EQ(out.str(), "{\"connected\":true,\"model\":\"" + model +
+                                 "\",\"editorMode\":0,\"mounted\":false,\"volumeRoot\":null}\n");
+
+        ASSERT_EQ(unit({"load", "--json"}, model), kExitOk) << err.str();
+        EXPECT_EQ(withoutElapsed(out.str()), "{\"ok\":true,\"model\":\"" + model + "\",\"kits\":" +
+                                                 factoryKitsJson() + ",\"patterns\":[]}\n");
+        EXPECT_EQ(err.str(), "");
+    }
+}
+
+TEST_F(UnitCommandTest, PushedPatternsComeBackByteForByteAndTheReplacedFileIsBackedUp) {
+    const std::string in = convert({"rock-4-4.mid", "fill-4-4.mid"});
+    ASSERT_EQ(unit({"status"}), kExitOk);  // the unit seeds its storage
+    const test::Bytes seeded = test::readBytes(unitFile());
+    ASSERT_FALSE(seeded.empty());
+
+    ASSERT_EQ(unit({"push", in}), kExitOk) << err.str();
+    EXPECT_EQ(test::readBytes(unitFile()), test::readBytes(in));
+    std::vector<fs::path> backups;
+    for (const auto& entry : fs::directory_iterator(dir.backups())) backups.push_back(entry);
+    ASSERT_EQ(backups.size(), 1u);
+    EXPECT_EQ(test::readBytes(backups[0]), seeded) << backups[0];
+
+    const std::string pulled = (dir / "out.QL0").string();
+    ASSERT_EQ(unit({"pull", pulled}), kExitOk) << err.str();
+    EXPECT_EQ(out.str(), pulled + ": 2 patterns from the QL-900\n");
+    EXPECT_EQ(test::readBytes(pulled), test::readBytes(in));
+}
+
+// The simulator's switches are not on the command line: these run the command through a
+// session opened as the command opens it, with the unit's switches set first.
+TEST_F(UnitCommandTest, CommandsLetTheUnitGoAndAUnitHeldByAnotherEditorIsOnlyReported) {
+    ASSERT_EQ(unit({"status"}), kExitOk);  // the unit seeds its storage
+    const test::Bytes before = test::readBytes(unitFile());
+    const std::string in = convert({"rock-4-4.mid"});
+    struct Case {
+        Args action;
+        bool held;
+    };
+    for (const Case& c : {Case{{"load", "--json"}, false}, Case{{"load", "--json"}, true},
+                          Case{{"push", in}, true}}) {
+        SCOPED_TRACE(c.action.front() + (c.held ? " held" : ""));
+        const After after = inSession(c.action, c.held);
+        EXPECT_FALSE(after.editorMode) << "editor mode ended, or never sent";
+        EXPECT_FALSE(after.mounted);
+        if (!c.held) {
+            EXPECT_EQ(after.exit, kExitOk) << err.str();
+            continue;
+        }
+        EXPECT_EQ(after.exit, kExitFailed);
+        EXPECT_EQ(err.str(), "tavrel-cli: Unit already occupied.\n");
+        if (c.action.front() == "load") {
+            EXPECT_EQ(withoutElapsed(out.str()),
+                      "{\"ok\":false,\"model\":\"QL-900\",\"kits\":[],\"patterns\":[],"
+                      "\"alert\":\"Unit already occupied.\"}\n");
+        }
+    }
+    EXPECT_EQ(test::readBytes(unitFile()), before);
+}
+
+}  // namespace
+}  // namespace tavrel::cli
