@@ -1,0 +1,219 @@
+#include "playback/PlayStatus.h"
+#include "playback/PreviewRig.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace tavrel {
+namespace {
+
+using test::Note;
+using test::noteOns;
+using test::PreviewRig;
+using test::TickOut;
+using test::windowNotes;
+
+using NoteTicks = std::vector<std::vector<int>>;
+
+NoteTicks operator+(NoteTicks a, const NoteTicks& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+// A note every `step` ticks from 0 up to `end`, numbered from `first`.
+std::vector<Note> every(int step, int end, int first) {
+    std::vector<Note> notes;
+    for (int t = 0, i = 0; t < end; t += step, ++i) notes.push_back({t, first + i});
+    return notes;
+}
+
+TEST(CSeqSim, PlaysEachNoteOnItsTickAndLoopsTheWindowOneTickShort) {
+    PreviewRig rig;
+    // Two notes on one tick go out in list order; a note on the window's last tick (767 of
+    // a two-bar window) is never played.
+    const std::vector<Note> notes{{0, 36},   {0, 38},   {96, 42},  {200, 46},
+                                  {383, 49}, {500, 51}, {766, 40}, {767, 57}};
+    rig.pattern(notes, 768, 350);
+    rig.seq->play();
+    EXPECT_EQ(getPlayStatus(), kPlayStatusPlaying);
+    EXPECT_EQ(noteOns(rig.ticks(1600)), windowNotes(notes, 0, 767, 0, 1600));
+    rig.seq->stop();
+    EXPECT_EQ(getPlayStatus(), kPlayStatusStopped);
+
+    // Stopped, an edit moves the cursor to the new window's start.
+    rig.context.patterns().getCurPhrase()->setFrom(1);
+    EXPECT_EQ(rig.seq->getStartTick(), 384);
+    EXPECT_EQ(rig.seq->getTick(), 384);
+    EXPECT_EQ(rig.seq->getBar(), 1);
+    rig.sentSince();
+    rig.seq->play();
+    EXPECT_EQ(noteOns(rig.ticks(800)), windowNotes(notes, 384, 383, 384, 800));
+}
+
+TEST(CSeqSim, PhrasesWithoutNotesPlaySilenceAndStillLoop) {
+    PreviewRig rig;
+    rig.pattern({}, 0, 350);                                 // the end marker alone
+    rig.context.patterns().addPatternData()->setTempo(350);  // notes never given
+    for (const int row : {0, 1}) {
+        rig.context.patterns().setCurPatternNum(row);
+        rig.seq->play();
+        for (const TickOut& t : rig.ticks(200)) {
+            EXPECT_TRUE(t.noteOns.empty() && t.other.empty()) << "row " << row;
+            EXPECT_EQ(rig.seq->getTick(), rig.seq->getStartTick()) << "row " << row;
+        }
+        rig.seq->stop();
+    }
+}
+
+TEST(CSeqSim, AWindowPastThePhraseLoopsAtThePhrasesEnd) {
+    PreviewRig rig;
+    // Five beats of 4/4 make two bars; in 2/4 the window grows to four bars, but the phrase
+    // counts only three, so the window loops after 3 * 192 ticks, one short.
+    const std::vector<Note> notes{{0, 36}, {96, 38}, {240, 42}, {470, 46}};
+    auto pattern = rig.pattern(notes, 480, 350);
+    pattern->setNume(2);
+    pattern->renewPhraseNumerator();
+    ASSERT_EQ(pattern->getCurPhrase()->getBars(), 4);
+    ASSERT_EQ(pattern->getCurPhrase()->getTotalBars(), 3);
+    rig.seq->play();
+    EXPECT_EQ(noteOns(rig.ticks(1200)), windowNotes(notes, 0, 575, 0, 1200));
+}
+
+TEST(CSeqSim, SixEightCountsBeatsOfFortyEightTicksAndQuarterNotesOfTempo) {
+    PreviewRig rig;
+    const auto notes = every(48, 768, 30);
+    auto pattern = rig.pattern(notes, 768, 120);
+    pattern->setNume(6);
+    pattern->setDeno(8);
+    pattern->renewPhraseNumerator();  // two bars of 6/8: 576 ticks
+    rig.seq->play();
+    EXPECT_EQ(rig.seq->getTickPerBeat(), 48);
+    EXPECT_EQ(rig.seq->getBeatPerBar(), 6);
+    std::vector<TickOut> ticks;
+    for (int i = 0; i < 700; ++i) {
+        ticks.push_back(rig.tick());
+        const int tick = rig.seq->getTick();
+        ASSERT_EQ(rig.seq->getBar(), tick / 48 / 6) << "tick " << tick;
+        ASSERT_EQ(rig.seq->getBeat(), tick / 48 % 6) << "tick " << tick;
+    }
+    EXPECT_EQ(noteOns(ticks), windowNotes(notes, 0, 575, 0, 700));
+    EXPECT_EQ(ticks[96].ms - ticks[0].ms, 500) << "a quarter note at 120 whatever the beat";
+}
+
+TEST(CSeqSim, ANewTempoTakesEffectOnTheNextTickWithoutMovingThePosition) {
+    PreviewRig rig;
+    const auto notes = every(24, 768, 40);
+    auto pattern = rig.pattern(notes, 768, 120);
+    rig.seq->play();
+    auto ticks = rig.ticks(50);
+    pattern->setTempo(240);
+    EXPECT_TRUE(rig.seq->getBook());
+    const auto after = rig.ticks(400);
+    EXPECT_FALSE(rig.seq->getBook());
+    EXPECT_EQ(rig.seq->getTempo(), 240);
+    ticks.insert(ticks.end(), after.begin(), after.end());
+    EXPECT_EQ(noteOns(ticks), windowNotes(notes, 0, 767, 0, 450));
+
+    // Tick k of the first cycle falls on millisecond 1 + 625k / 120. The tick after the edit
+    // sets the tempo; the one after it, still on the old grid, starts a new cycle.
+    for (int k = 0; k <= 51; ++k) ASSERT_EQ(ticks[k].ms, 1 + 625 * k / 120) << "tick " << k;
+    for (int j = 0; 51 + j < 450; ++j) {
+        ASSERT_EQ(ticks[51 + j].ms, ticks[51].ms + 625 * j / 240) << "tick " << 51 + j;
+    }
+}
+
+TEST(CSeqSim, AFillsNewNotesComeInAtTheNextBeatAtTheSameBeatOfTheWindow) {
+    PreviewRig rig;
+    const auto before = every(24, 768, 30);           // two bars
+    const auto after = every(24, 384, 80);            // one bar
+    auto pattern = rig.pattern(before, 768, 350, 2);  // Verse Fill
+    rig.seq->play();
+    auto ticks = rig.ticks(500);
+    PreviewRig::give(*pattern->getCurPhrase(), after, 384);
+    EXPECT_TRUE(rig.seq->getBook());
+    const auto rest = rig.ticks(675);
+    ticks.insert(ticks.end(), rest.begin(), rest.end());
+    // Positions 500..574 still play the old notes. The next beat is beat 6 of the old
+    // window, beat 2 of the new one-bar window: it starts at tick 192, one tick early, as
+    // the change is taken on the tick before the beat.
+    const NoteTicks expected =
+        windowNotes(before, 0, 767, 0, 575) + windowNotes(after, 0, 383, 192, 600);
+    EXPECT_EQ(noteOns(ticks), expected);
+    EXPECT_FALSE(rig.seq->getBook());
+}
+
+TEST(CSeqSim, OtherVariationsNewNotesComeInAtTheNextBarFromTheWindowsStart) {
+    PreviewRig rig;
+    const auto before = every(24, 768, 30);
+    const auto after = every(24, 384, 80);
+    auto pattern = rig.pattern(before, 768, 350, 1);  // Verse
+    pattern->setKitNum(7);
+    rig.seq->play();
+    auto ticks = rig.ticks(130);
+    PreviewRig::give(*pattern->getCurPhrase(), after, 384);
+    const auto rest = rig.ticks(753);
+    ticks.insert(ticks.end(), rest.begin(), rest.end());
+    // The tick that would play 383 starts the new window from its first bar instead.
+    const NoteTicks expected =
+        windowNotes(before, 0, 767, 0, 383) + windowNotes(after, 0, 383, 0, 500);
+    EXPECT_EQ(noteOns(ticks), expected);
+    for (int i = 0; i < static_cast<int>(ticks.size()); ++i) {
+        EXPECT_EQ(ticks[i].programs, i == 383 ? std::vector<int>{7} : std::vector<int>{})
+            << "tick " << i;
+    }
+}
+
+TEST(CSeqSim, TheKitGoesOutOnlyWhenAChangeIsTakenAtABarNotAtTheLoopPoint) {
+    PreviewRig rig;
+    const auto notes = every(24, 768, 30);
+    auto pattern = rig.pattern(notes, 768, 350);
+    const auto programsWhenEditedAt = [&](int position, int kit) {
+        rig.seq->play();
+        rig.ticks(position);
+        pattern->setKitNum(kit);  // not an edit by itself
+        EXPECT_FALSE(rig.seq->getBook());
+        pattern->setTempo(350);  // the next edit takes the kit along
+        EXPECT_TRUE(rig.seq->getBook());
+        std::vector<std::pair<int, int>> programs;
+        const auto ticks = rig.ticks(1000);
+        for (int i = 0; i < static_cast<int>(ticks.size()); ++i) {
+            for (const int p : ticks[i].programs) programs.push_back({position + i, p});
+        }
+        EXPECT_FALSE(rig.seq->getBook());
+        rig.seq->stop();
+        return programs;
+    };
+    // In the first bar, the change waits for the bar line and sends the kit there.
+    EXPECT_EQ(programsWhenEditedAt(100, 5), (std::vector<std::pair<int, int>>{{383, 5}}));
+    // In the last bar, the loop point comes first: taken, but not sent.
+    EXPECT_TRUE(programsWhenEditedAt(500, 9).empty());
+}
+
+TEST(CSeqSim, StoppingAfterThreeHundredNotesEndsTheLast256OnceEach) {
+    PreviewRig rig;
+    std::vector<Note> notes;
+    for (int i = 0; i < 300; ++i) notes.push_back({i, 20 + i % 100});
+    rig.pattern(notes, 384, 350);
+    rig.seq->play();
+    // Ticks 0..299 are due by millisecond 1 + 625 * 299 / 350 = 534, tick 300 at 536. They
+    // are raised in one late wake, and the stop comes before the sequencer has played them.
+    rig.lateWake(534);
+    rig.seq->stop();
+    const TickOut stopped = rig.sentSince();
+    EXPECT_EQ(stopped.noteOns.size(), 300u) << "ticks raised before the stop are played";
+    // The ring of 256 slots holds notes 256..299 in slots 0..43 and notes 44..255 after
+    // them, and is ended slot by slot, after the last note started.
+    std::vector<test::Bytes> expected;
+    for (int slot = 0; slot < 256; ++slot) {
+        const int started = slot < 44 ? 256 + slot : slot;
+        expected.push_back({0x89, static_cast<std::uint8_t>(20 + started % 100), 0x40});
+    }
+    EXPECT_EQ(stopped.other, expected);
+    ASSERT_EQ(stopped.all.size(), 556u);
+    EXPECT_EQ(stopped.all[299][0], 0x99);
+    EXPECT_EQ(stopped.all[300][0], 0x89);
+}
+
+}  // namespace
+}  // namespace tavrel
