@@ -3,6 +3,7 @@
 #include "cli/ConvertCommand.h"
 #include "cli/ListCommand.h"
 #include "cli/MemoryCommand.h"
+#include "cli/PreviewCommand.h"
 #include "cli/SmfCommand.h"
 #include "cli/UnitCommand.h"
 #include "model/Context.h"
@@ -31,6 +32,8 @@ constexpr Entry kCommands[] = {
      "show kit and tempo of the user patterns in the unit's 50 memories"},
     {"unit", &tavrel::cli::UnitCommand::run, &tavrel::cli::UnitCommand::usage,
      "talk to the unit: its state, load its kits and patterns, pull or push its pattern file"},
+    {"preview", &tavrel::cli::PreviewCommand::run, &tavrel::cli::PreviewCommand::usage,
+     "play a variation of a MIDI file through a MIDI output, until its time is up or Ctrl-C"},
 };
 
 void printUsage(std::ostream& out) {
