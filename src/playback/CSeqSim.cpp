@@ -32,8 +32,8 @@ constexpr std::int32_t kNotesChanged = kChgPhrase | kChgSeqData | kChgSeqCount;
 constexpr std::int32_t kBarChanges =
     kChgPattern | kChgFrom | kChgBars | kChgNumerator | kChgDenominator | kChgKit;
 
-// Verse Fill, Chorus Fill, C Fill and D Fill: one-bar breaks, whose new notes are worth
-// hearing at the next beat rather than after the bar.
+// Verse Fill, Chorus Fill, C Fill and D Fill: one-bar breaks, which come in at the next
+// beat rather than after the bar.
 bool isFill(std::int32_t variNum) {
     return variNum == 2 || variNum == 4 || variNum == 6 || variNum == 8;
 }
@@ -180,8 +180,8 @@ std::int32_t CSeqSim::checkChangedParam(const StorePrm& model) const {
     return mask;
 }
 
-std::int32_t CSeqSim::nextState(std::int32_t mask) const {
-    if ((mask & kNotesChanged) != 0) return isFill(mCurPrm.variNum) ? kPendingBeat : kPendingBar;
+std::int32_t CSeqSim::nextState(std::int32_t mask, std::int32_t variNum) const {
+    if ((mask & kNotesChanged) != 0) return isFill(variNum) ? kPendingBeat : kPendingBar;
     if ((mask & kBarChanges) != 0) return kPendingBar;
     if ((mask & kChgTempo) != 0) return kPendingTempo;
     return mPlay.load();
@@ -205,7 +205,9 @@ void CSeqSim::chagePtnData() {
     std::lock_guard lock(lockPlay);
     mCurChgFlag = checkChangedParam(next);
     mNextPrm = std::move(next);
-    if (mPlay.load() != kStopped) mPlay.store(nextState(mCurChgFlag));
+    // The variation now current decides: a fill chosen while a verse plays comes in at the
+    // next beat, as a fill does, and the verse chosen after it waits for the bar.
+    if (mPlay.load() != kStopped) mPlay.store(nextState(mCurChgFlag, mNextPrm.variNum));
 }
 
 // Takes the parameters of mNextPrm for the block being played, keeping its position. The

@@ -100,7 +100,7 @@ private:
 
     bool storePrm(StorePrm& p) const;
     std::int32_t checkChangedParam(const StorePrm& model) const;
-    std::int32_t nextState(std::int32_t mask) const;
+    std::int32_t nextState(std::int32_t mask, std::int32_t variNum) const;
     void adoptNextPrm();
     void seek(std::int32_t beat, StorePrm& p);
     void setStartBar(std::int32_t bar, StorePrm& p);

@@ -143,6 +143,28 @@ TEST(CSeqSim, AFillsNewNotesComeInAtTheNextBeatAtTheSameBeatOfTheWindow) {
     EXPECT_FALSE(rig.seq->getBook());
 }
 
+TEST(CSeqSim, AFillChosenWhileAVersePlaysComesInAtTheNextBeatAndTheVerseAtTheBar) {
+    PreviewRig rig;
+    const auto verse = every(24, 768, 30);
+    const auto fill = every(24, 384, 80);
+    auto pattern = rig.pattern(verse, 768, 350, 1);
+    PreviewRig::give(*pattern->getPhraseAtVariation(2), fill, 384);
+    rig.seq->play();
+    auto ticks = rig.ticks(500);
+    rig.context.patterns().setCurVariationNum(2);
+    auto more = rig.ticks(100);  // to position 216 of the fill
+    ticks.insert(ticks.end(), more.begin(), more.end());
+    rig.context.patterns().setCurVariationNum(1);
+    more = rig.ticks(400);
+    ticks.insert(ticks.end(), more.begin(), more.end());
+    // Beat 6 of the verse's window is beat 2 of the one-bar fill. The fill's loop point is
+    // the first change point for the verse after that.
+    const NoteTicks expected = windowNotes(verse, 0, 767, 0, 575) +
+                               windowNotes(fill, 0, 383, 192, 191) +
+                               windowNotes(verse, 0, 767, 0, 234);
+    EXPECT_EQ(noteOns(ticks), expected);
+}
+
 TEST(CSeqSim, OtherVariationsNewNotesComeInAtTheNextBarFromTheWindowsStart) {
     PreviewRig rig;
     const auto before = every(24, 768, 30);
