@@ -1,16 +1,16 @@
 #include "device/platform/alsa/AlsaMidiService.h"
 
-#include "device/AlsaPeer.h"
-#include "device/LogCapture.h"
-#include "device/MainThreadQueue.h"
 #include "device/MidiLib.h"
-#include "device/MidiRecorder.h"
+#include "device/TestKit.h"
+#include "sim/alsa/AlsaUnitPorts.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <mutex>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,7 +18,8 @@
 namespace tavrel {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using namespace std::chrono_literals;
+using test::Bytes;
 
 bool haveSequencer() {
     return std::filesystem::exists("/dev/snd/seq");
@@ -48,16 +49,9 @@ TEST(AlsaMidiService, WithoutASequencerItSaysSoOnceAndListsNothing) {
         EXPECT_FALSE(midi.selectInputDevice(0));
         midi.sendMidi(MidiPacket{0, 3, {0x99, 0x24, 0x64}});
     }
-    const auto lines = log.lines();
-    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                            [](const std::string& line) {
-                                return line.starts_with("device: ALSA sequencer not available: ");
-                            }),
-              1);
+    EXPECT_EQ(log.count("device: ALSA sequencer not available: "), 1);
 
     EXPECT_TRUE(service.sources().empty());
-    EXPECT_TRUE(service.destinations().empty());
-    EXPECT_EQ(service.findByUniqueId(0x8000), std::nullopt);
     EXPECT_FALSE(service.connectSource(0x8000).ok());
     const auto sent = service.send(0x8000, Bytes{0x90, 0x3C, 0x64});
     EXPECT_FALSE(sent.ok());
@@ -65,27 +59,27 @@ TEST(AlsaMidiService, WithoutASequencerItSaysSoOnceAndListsNothing) {
     EXPECT_TRUE(recorder.calls.empty());
 }
 
-// Runs the main-thread tasks until `call` has been made or five seconds have passed.
-bool waitForCall(test::MainThreadQueue& mainThread, test::MidiRecorder& recorder,
-                 const std::string& call) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    for (;;) {
-        mainThread.runAll();
-        if (std::find(recorder.calls.begin(), recorder.calls.end(), call) != recorder.calls.end()) {
-            return true;
-        }
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+// Polls for up to five seconds, since ALSA delivers on its own threads.
+template <class Condition>
+bool eventually(Condition condition) {
+    for (int i = 0; i < 500 && !condition(); ++i) std::this_thread::sleep_for(10ms);
+    return condition();
 }
 
+// The simulated unit's own ALSA ports stand in for a device on the cable.
 TEST(AlsaMidiService, TalksToAnotherClientAndHearsItsPortsComeAndGo) {
     if (!haveSequencer()) {
         GTEST_SKIP() << "no ALSA sequencer on this computer (/dev/snd/seq is missing); this test "
                         "runs where the kernel has one";
     }
-    test::AlsaPeer peer;
-    ASSERT_TRUE(peer.valid());
+    std::mutex lock;
+    Bytes heard;  // every block the unit's port received, one after the other
+    const auto hear = [&](std::span<const std::uint8_t> bytes) {
+        std::lock_guard guard(lock);
+        heard.insert(heard.end(), bytes.begin(), bytes.end());
+    };
+    sim::AlsaUnitPorts unit;
+    ASSERT_TRUE(unit.open("QL-900", hear));
     AlsaMidiService service;
     test::MainThreadQueue mainThread;
     test::MidiRecorder recorder;
@@ -94,36 +88,43 @@ TEST(AlsaMidiService, TalksToAnotherClientAndHearsItsPortsComeAndGo) {
     midi.setDelegate(&recorder);
     midi.searchDevice();
 
-    const std::string io = std::string(test::AlsaPeer::kName) + ":io";
-    const std::int64_t in = indexOf(midi.getInputPortList(), io);
-    const std::int64_t out = indexOf(midi.getOutputPortList(), io);
+    const std::string name = "QL-900:QL-900 MIDI 1";
+    const std::int64_t in = indexOf(midi.getInputPortList(), name);
+    const std::int64_t out = indexOf(midi.getOutputPortList(), name);
     ASSERT_GE(in, 0);
     ASSERT_GE(out, 0);
-    EXPECT_EQ(MidiLib::getUniqId(midi.getInputPortList()[in]), (peer.client << 8) | peer.port);
+    EXPECT_EQ(MidiLib::getUniqId(midi.getInputPortList()[in]) >> 8, unit.client());
     for (const auto& port : midi.getInputPortList()) {
         EXPECT_FALSE(port.deviceName().starts_with("Tavrel:")) << "our own ports are not listed";
         EXPECT_FALSE(port.deviceName().starts_with("System:"));
     }
-
     ASSERT_TRUE(midi.selectInputDevice(in));
     ASSERT_TRUE(midi.selectOutputDevice(out));
-    ASSERT_TRUE(peer.send({0xF0, 0x41, 0x10, 0xF7}));
-    ASSERT_TRUE(peer.send({0x99, 0x24, 0x64}));
-    EXPECT_EQ(recorder.waitForReceived(2),
-              (std::vector<Bytes>{{0xF0, 0x41, 0x10, 0xF7}, {0x99, 0x24, 0x64}}));
 
+    const Bytes reply{0xF0, 0x41, 0x10, 0x00, 0x00, 0x00, 0x00, 0x04,
+                      0x12, 0x7F, 0x70, 0x00, 0x00, 0x01, 0x10, 0xF7};
+    ASSERT_TRUE(unit.send(reply));
+    EXPECT_EQ(recorder.waitForReceived(1), std::vector<Bytes>{reply});
     const Bytes request{0xF0, 0x7E, 0x7F, 0x06, 0x01, 0xF7};
     midi.sendMidiWithData(request.data(), std::ssize(request));
     midi.sendMidi(MidiPacket{0, 3, {0x89, 0x24, 0x00}});
-    EXPECT_EQ(peer.read(), request);
-    EXPECT_EQ(peer.read(), (Bytes{0x89, 0x24, 0x00}));
+    EXPECT_TRUE(eventually([&] {
+        std::lock_guard guard(lock);
+        return heard == Bytes{0xF0, 0x7E, 0x7F, 0x06, 0x01, 0xF7, 0x89, 0x24, 0x00};
+    }));
 
-    const int second = peer.addPort("second");
-    ASSERT_GE(second, 0);
-    const std::string name = std::string(test::AlsaPeer::kName) + ":second";
-    EXPECT_TRUE(waitForCall(mainThread, recorder, "added " + name + " (source)"));
-    peer.deletePort(second);
-    EXPECT_TRUE(waitForCall(mainThread, recorder, "removed " + name + " (source)"));
+    const auto told = [&](const std::string& call) {
+        return eventually([&] {
+            mainThread.runAll();
+            return std::find(recorder.calls.begin(), recorder.calls.end(), call) !=
+                   recorder.calls.end();
+        });
+    };
+    unit.close();
+    EXPECT_TRUE(told("removed " + name + " (source)"));
+    EXPECT_TRUE(told("removed " + name + " (destination)"));
+    ASSERT_TRUE(unit.open("QL-900", hear));
+    EXPECT_TRUE(told("added " + name + " (source)"));
 }
 
 }  // namespace

@@ -1,0 +1,437 @@
+// The link as the program builds it, talking to the simulated unit over virtual MIDI on a
+// manual clock: waits settle the MIDI deliveries before looking, so every run sees the same
+// order of events and a 25 s time-out takes no real time. The unit's fault switches stand in
+// for a misbehaving unit; replies it would never send are sent by hand from its endpoint.
+#include "device/CConnectionMgr.h"
+#include "device/CLoadExec.h"
+#include "device/ManualTimeline.h"
+#include "device/TestKit.h"
+#include "device/ThreadWaiter.h"
+#include "device/platform/virtual/VirtualMidiService.h"
+#include "device/platform/virtual/VirtualVolumeService.h"
+#include "files/CFileDataMgr.h"
+#include "model/CKitMgr.h"
+#include "model/CPatternMgr.h"
+#include "model/CPtnDataMgr.h"
+#include "sim/FactoryKits.h"
+#include "sim/SimProtocol.h"
+#include "sim/SimulatedUnit.h"
+#include "support/NotificationRecorder.h"
+#include "support/ScratchFolder.h"
+#include "support/ScriptedAlerts.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <tuple>
+
+namespace tavrel {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using ms = std::chrono::milliseconds;
+using test::Bytes;
+using Strings = std::vector<std::string>;
+using test::made;
+
+// The factory kits as the link keeps them: padded to 15 characters.
+Strings factoryKits() {
+    Strings names;
+    for (const auto name : sim::FactoryKits::names()) {
+        names.emplace_back(name);
+        names.back().resize(15, ' ');
+    }
+    return names;
+}
+
+class LinkTest : public ::testing::Test {
+protected:
+    void SetUp() override { start(sim::UnitModel::ql900()); }
+
+    // A fresh program, and a unit of `model` plugged in with the storage of the one before.
+    void start(const sim::UnitModel& model) {
+        link = nullptr;
+        context.reset();  // the link goes with it, before the transport
+        midi.reset();     // the MIDI service takes one client at a time
+        simulated.reset();
+        log.clear();
+        alerts.shown.clear();
+        context = std::make_unique<Context>();
+        simulated = std::make_unique<sim::SimulatedUnit>(model, service, volumes, timeline,
+                                                         temp / "storage");
+        ASSERT_TRUE(simulated->plugIn());
+        midi = std::make_unique<MidiLib>(service, mainThread.poster());
+        link = &context->install<CConnectionMgr, UnitStorage>(
+            std::make_unique<CConnectionMgr>(*midi, volumes, waiter, alerts));
+        settle();
+    }
+    // Hands on what the MIDI service raised, lets the link decode it and runs the endpoint
+    // changes posted to the main thread.
+    void settle() {
+        service.flush();
+        if (midi) midi->waitIdle();
+        mainThread.runAll();
+    }
+    void holdUnit() {
+        ASSERT_FALSE(link->getOccupied());
+        ASSERT_TRUE(link->setEditorMode());
+    }
+    ms elapsed() const { return std::chrono::duration_cast<ms>(timeline.elapsed()); }
+    Strings alertTexts() const {
+        Strings texts;
+        for (const auto& shown : alerts.shown) texts.push_back(shown.message);
+        return texts;
+    }
+    sim::UnitFaults& faults() { return simulated->faults(); }
+    fs::path unitFolder() const { return simulated->storageRoot() / "VANTIK"; }
+    fs::path patternFile() const { return unitFolder() / "DATA" / "RHYTHM.QL0"; }
+    // Sends `bytes` from the unit's source, unasked.
+    void unitSends(const Bytes& bytes) {
+        for (const auto& source : service.sources()) {
+            if (source.displayName == simulated->model().name() + " MIDI 1") {
+                EXPECT_TRUE(service.inject(source.uniqueId, bytes));
+            }
+        }
+    }
+
+    test::ScratchFolder temp;
+    VirtualVolumeService volumes;
+    VirtualMidiService service;
+    ManualTimeline timeline;
+    test::LogCapture log{[this] { return elapsed(); }};
+    std::unique_ptr<sim::SimulatedUnit> simulated;
+    test::MainThreadQueue mainThread;
+    std::unique_ptr<MidiLib> midi;
+    ThreadWaiter waiter{timeline, [this] {
+                            service.flush();
+                            if (midi) midi->waitIdle();
+                        }};
+    test::ScriptedAlerts alerts;
+    std::unique_ptr<Context> context;  // last: goes first, and the link it owns with it
+    CConnectionMgr* link = nullptr;
+};
+
+// The unit takes a message only in its model's header, with the right checksum, and logs
+// the request it recognised.
+TEST_F(LinkTest, EachMessageIsTheRequestItIsNamedForInTheConnectedModelsForm) {
+    const std::tuple<void (CConnectionMgr::*)(), const char*, const char*> messages[] = {
+        {&CConnectionMgr::txEditorOnMsg, "TX Editor ON", "editor-on"},
+        {&CConnectionMgr::txEditorOffMsg, "TX Editor OFF", "editor-off"},
+        {&CConnectionMgr::txMountMsg, "TX MOUNT", "mount"},
+        {&CConnectionMgr::txUnmountMsg, "TX UNMOUNT", "unmount"},
+        {&CConnectionMgr::rqEditorModeMsg, "RQ Editor Mode", "editor-request"},
+        {&CConnectionMgr::txReqMountMsg, "RQ MOUNT", "mount-request"},
+        {&CConnectionMgr::txReqKitNameMsg, "RQ KIT", "kit-request"},
+    };
+    for (const auto& model : {sim::UnitModel::ql900(), sim::UnitModel::ql414xe3()}) {
+        start(model);
+        for (const auto& [send, label, request] : messages) {
+            (link->*send)();
+            EXPECT_EQ(log.count(std::string("device: ") + label), 1) << label;
+            EXPECT_EQ(log.count(std::string("sim: rx ") + request), 1) << model.name() << label;
+        }
+        EXPECT_EQ(simulated->messagesIgnored(), 0);
+    }
+}
+
+TEST_F(LinkTest, TheUnitIsFoundByItsModelsNameWithBothEndpointsOfOneModel) {
+    simulated->unplug();
+    service.addSource("Keys:out");
+    service.addDestination("Synth:in");
+    const std::int64_t xe3In = service.addSource("USB QL-414XE3 Rhythm MIDI 1");
+    const std::int64_t xe3Out = service.addDestination("USB QL-414XE3 Rhythm MIDI 1");
+    settle();
+    EXPECT_TRUE(link->getConnected());
+    EXPECT_TRUE(link->getConnectedModel());
+    link->rqEditorModeMsg();
+    ASSERT_EQ(service.backlog(xe3Out).size(), 1u);
+    EXPECT_EQ(service.backlog(xe3Out)[0].bytes.at(7), 0x05);
+
+    ASSERT_TRUE(service.removeEndpoint(xe3In));
+    service.addSource("QL-900 MIDI 1");
+    settle();
+    EXPECT_FALSE(link->getConnected()) << "a QL-900's source and a QL-414XE3's destination";
+    EXPECT_FALSE(link->setEditorMode());
+    EXPECT_TRUE(alerts.shown.empty());
+    EXPECT_EQ(service.backlog(xe3Out).size(), 1u);
+}
+
+TEST_F(LinkTest, OnlyReportsInTheConnectedModelsHeaderCountAndAnUnmountReportEndsTheHold) {
+    holdUnit();
+    ASSERT_TRUE(link->mountQl());
+    ASSERT_EQ(link->getMount(), 1);
+    const auto unmounted = [](const sim::UnitModel& model) {
+        return sim::SimProtocol::dataSet(model, sim::SimProtocol::kMountAddress, Bytes{0});
+    };
+    unitSends(unmounted(sim::UnitModel::ql414xe3()));
+    settle();
+    EXPECT_EQ(link->getMount(), 1) << "another model's report";
+    EXPECT_EQ(link->getEditorMode(), 1);
+
+    unitSends(unmounted(sim::UnitModel::ql900()));  // the unit leaves mount mode by itself
+    settle();
+    EXPECT_EQ(link->getMount(), 0);
+    EXPECT_EQ(link->getEditorMode(), 0);
+    EXPECT_EQ(log.count("device: rx mount: 1"), 1);
+    EXPECT_EQ(log.count("device: rx mount: 0"), 1);
+    EXPECT_EQ(log.count("device: rx editor mode: 1"), 1);
+}
+
+TEST_F(LinkTest, TheUnitsStorageIsTheFirstVolumeHoldingItsFolderAndKeptUntilAnotherIsFound) {
+    for (const auto* name : {"stick", "camera/vantik"})
+        ASSERT_TRUE(volumes.mount(made(temp / name)));
+    link->storeMountURL();
+    EXPECT_EQ(link->getMountURL(), std::nullopt) << "letter case counts on this file system";
+
+    const fs::path unit = made(temp / "unit" / "VANTIK").parent_path();
+    ASSERT_TRUE(volumes.mount(unit));
+    ASSERT_TRUE(volumes.mount(made(temp / "second" / "VANTIK").parent_path()));
+    link->storeMountURL();
+    EXPECT_EQ(link->getMountURL(), unit);
+
+    ASSERT_TRUE(volumes.unmount(unit));
+    ASSERT_TRUE(volumes.unmount(temp / "second"));
+    link->storeMountURL();
+    EXPECT_EQ(link->getMountURL(), unit) << "kept when no volume holds the unit's folder";
+    EXPECT_FALSE(link->isVolumeExist()) << "but gone, as when ejected by hand";
+}
+
+TEST_F(LinkTest, TheUnitsFilesLieInItsDataFolderAndAreReadWholeOrNotAtAll) {
+    const fs::path data = made(temp / "unit" / "VANTIK" / "DATA");
+    Bytes contents(200'000);
+    for (std::size_t i = 0; i < contents.size(); ++i) contents[i] = static_cast<std::uint8_t>(i);
+    test::writeBytes(data / "RHYTHM.QL0", contents);
+    made(data / "MEMORY1.QL0");
+    EXPECT_EQ(link->getFileURL("/RHYTHM.QL0"), std::nullopt);
+    EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), std::nullopt) << "no volume yet";
+
+    ASSERT_TRUE(volumes.mount(temp / "unit"));
+    link->storeMountURL();
+    EXPECT_EQ(link->getFileURL("/RHYTHM.QL0"), data / "RHYTHM.QL0");
+    EXPECT_EQ(link->getFileURL("RHYTHM.QL0"), data / "RHYTHM.QL0");
+    EXPECT_EQ(link->getMountURLAppendPath("/DATA/RHYTHM.QL0"), data / "RHYTHM.QL0");
+    EXPECT_TRUE(link->isDataFileExist("/RHYTHM.QL0"));
+    EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), contents);
+    EXPECT_FALSE(link->isDataFileExist("/SYSTEM1.QL0"));
+    EXPECT_EQ(link->getFileData("/SYSTEM1.QL0"), std::nullopt);
+    EXPECT_EQ(link->getFileData("/MEMORY1.QL0"), std::nullopt) << "a folder is not a file";
+
+    ASSERT_TRUE(volumes.unmount(temp / "unit"));
+    EXPECT_FALSE(link->isDataFileExist("/RHYTHM.QL0"));
+    EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), std::nullopt) << "the volume is gone";
+}
+
+TEST_F(LinkTest, KitNamesAreReadOnePerSlotUntilTheSlotThatEndsTheList) {
+    const auto slot = [&](std::uint32_t offset, const std::string& name, std::uint8_t pad = ' ') {
+        Bytes data(16, pad);
+        std::copy(name.begin(), name.end(), data.begin());
+        return sim::SimProtocol::dataSet(simulated->model(),
+                                         sim::SimProtocol::kKitNameAddress + offset, data);
+    };
+    // By hand, with a reply from past the table; the unit's own list comes after it.
+    const auto sendList = [&](std::uint32_t strayOffset) {
+        timeline.after(0ms, [&, strayOffset] {
+            for (const Bytes& reply :
+                 {slot(0, "ABCDEFGHIJKLMNOP"), slot(16, "  Rock"), slot(32, ""), slot(48, "Jazz"),
+                  slot(strayOffset, "Stray"), slot(64, "", 0)}) {
+                unitSends(reply);
+            }
+            faults().silent = false;
+        });
+        faults().silent = true;
+    };
+    holdUnit();
+    sendList(1649);
+    EXPECT_TRUE(link->getKitName());
+    EXPECT_EQ(
+        context->kits().getKitArray(),
+        (Strings{"ABCDEFGHIJKLMNO", "Rock" + std::string(9, ' '), "Jazz" + std::string(11, ' ')}))
+        << "16 characters cut to 15, leading spaces skipped, a slot of spaces left out";
+    EXPECT_EQ(log.count("retry"), 0) << "a reply 1649 bytes on is not counted";
+    EXPECT_EQ(elapsed(), 0ms);
+
+    sendList(1648);
+    EXPECT_TRUE(link->getKitName());
+    EXPECT_EQ(log.count("device: Rx kit name retry:6/5"), 1) << "one at 1648 still counts";
+    EXPECT_EQ(elapsed(), 5000ms);
+    EXPECT_EQ(context->kits().getKitArray(), factoryKits());
+}
+
+TEST_F(LinkTest, AKitListWithAReplyLostIsAskedForAgainEveryFiveSecondsFiveTimes) {
+    const auto kits = static_cast<int>(sim::FactoryKits::names().size());
+    const std::string retry =
+        "device: Rx kit name retry:" + std::to_string(kits) + "/" + std::to_string(kits + 1);
+    for (const bool always : {false, true}) {
+        start(sim::UnitModel::ql900());
+        holdUnit();
+        faults().dropKitReply = 2;
+        faults().dropKitLists = always ? -1 : 1;
+        const auto begin = elapsed();
+
+        EXPECT_EQ(link->getKitName(), !always);
+
+        std::vector<ms> requests;
+        for (const ms at : log.times("RQ KIT")) requests.push_back(at - begin);
+        const std::vector<ms> expected{0ms, 5000ms, 10000ms, 15000ms, 20000ms};
+        EXPECT_EQ(requests,
+                  always ? expected : std::vector<ms>(expected.begin(), expected.begin() + 2));
+        EXPECT_EQ(log.count(retry), always ? 5 : 1);
+        EXPECT_EQ(elapsed() - begin, always ? 25000ms : 5000ms);
+        EXPECT_EQ(alertTexts(), always ? Strings{"Unit is busy."} : Strings{});
+        EXPECT_EQ(context->kits().getKitArray(), always ? Strings{} : factoryKits());
+    }
+}
+
+TEST_F(LinkTest, EachStepGivesUpExactlyAtItsDeadlineWithItsAlert) {
+    enum Prepared { Asked, Holding, Mounted };
+    const struct {
+        const char* step;
+        bool (CConnectionMgr::*run)();
+        Prepared prepared;
+        bool result;
+        ms deadline;
+        const char* alert;
+        int editorMode;
+    } cases[] = {
+        {"setEditorMode", &CConnectionMgr::setEditorMode, Asked, false, 5000ms, "Unit is busy.", 1},
+        {"getOccupied", &CConnectionMgr::getOccupied, Holding, true, 5000ms, "Unit is busy.", 0},
+        {"mountQl", &CConnectionMgr::mountQl, Holding, false, 10000ms, nullptr, 1},
+        {"editorOff", &CConnectionMgr::editorOff, Mounted, false, 5000ms, "Tavrel quit, Error.", 1},
+        {"unmountQl", &CConnectionMgr::unmountQl, Mounted, false, 15000ms, "Disconnect error.", 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.step);
+        start(sim::UnitModel::ql900());
+        ASSERT_FALSE(link->getOccupied());
+        ASSERT_TRUE(c.prepared < Holding || link->setEditorMode());
+        ASSERT_TRUE(c.prepared < Mounted || link->mountQl());
+        // A unit that never mounts answers everything else; the other steps face a silent one.
+        (c.run == &CConnectionMgr::mountQl ? faults().neverMount : faults().silent) = true;
+        const auto begin = elapsed();
+        const auto realBegin = std::chrono::steady_clock::now();
+
+        EXPECT_EQ((link->*c.run)(), c.result);
+
+        EXPECT_EQ(elapsed() - begin, c.deadline);
+        EXPECT_LT(std::chrono::steady_clock::now() - realBegin, c.deadline / 2)
+            << "the manual clock must not cost real time";
+        EXPECT_EQ(alertTexts(), c.alert ? Strings{c.alert} : Strings{});
+        EXPECT_EQ(link->getEditorMode(), c.editorMode);
+        if (c.prepared == Mounted) {
+            EXPECT_FALSE(link->isVolumeExist()) << "ejected first";
+        }
+    }
+}
+
+TEST_F(LinkTest, AReleaseWaitsForAVolumeTheDesktopKeepsToBeEjectedByHandThenTellsTheUnit) {
+    holdUnit();
+    ASSERT_TRUE(link->mountQl());
+    volumes.setRefuseEject(true);
+    timeline.after(3000ms, [&] { volumes.unmount(simulated->storageRoot()); });
+    const auto begin = elapsed();
+
+    EXPECT_TRUE(link->editorOff());
+
+    EXPECT_EQ(log.times("TX Editor OFF"), std::vector<ms>{begin + 3000ms});
+    EXPECT_EQ(elapsed() - begin, 3000ms) << "the unit answers at once";
+    EXPECT_EQ(link->getEditorMode(), 0);
+    EXPECT_FALSE(simulated->editorMode());
+    EXPECT_TRUE(alerts.shown.empty());
+}
+
+TEST_F(LinkTest, AResponsiveUnitOfEitherModelIsLoadedWithoutIdleSecondsAndReleased) {
+    const std::pair<sim::UnitModel, ms> runs[] = {{sim::UnitModel::ql900(), 0ms},
+                                                  {sim::UnitModel::ql414xe3(), 250ms}};
+    for (const auto& [model, delay] : runs) {
+        SCOPED_TRACE(model.name());
+        start(model);
+        CPatternMgr& patterns = context->patterns();
+        for (const char* name : {"Funk        ", "Waltz       "}) {
+            patterns.addPatternData()->setName(name);
+        }
+        ASSERT_TRUE(CFileDataMgr::exportData(patternFile()));
+        patterns.clearAllPtnData();
+        patterns.setCurPatternNum(-1);
+        faults().replyDelayMs = static_cast<int>(delay.count());
+        ASSERT_FALSE(link->getOccupied());
+        const auto begin = elapsed();
+
+        EXPECT_TRUE(CLoadExec::exec());
+
+        EXPECT_EQ(elapsed() - begin, 3 * delay) << "editor on, mount and the kit list";
+        for (const char* step :
+             {"set editor mode", "mount check", "Get Kit name", "Load Pattern"}) {
+            EXPECT_EQ(log.count(std::string("device: ") + step), 1) << step;
+        }
+        EXPECT_EQ(context->kits().getKitArray(), factoryKits());
+        ASSERT_EQ(patterns.getPtnData().size(), 2u);
+        EXPECT_EQ(patterns.getPtnData()[1]->getName(), "Waltz       ");
+        EXPECT_EQ(patterns.getCurPattarnNum(), 0);
+        EXPECT_TRUE(link->editorOff());
+        EXPECT_FALSE(simulated->editorMode());
+        EXPECT_FALSE(link->isVolumeExist());
+        EXPECT_TRUE(alerts.shown.empty());
+    }
+}
+
+TEST_F(LinkTest, AFailingStepEndsTheLoadAtItsTimeWithItsAlert) {
+    const struct {
+        const char* what;
+        std::function<void()> arrange;
+        ms elapsed;
+        int sent;  // editor on, mount, kit request
+        const char* alert;
+        int editorMode;  // as the failing step left it
+    } cases[] = {
+        {"held by another editor", [&] { faults().heldByOtherEditor = true; }, 0ms, 0,
+         "Unit already occupied.", 0},
+        // No mount report for 5 s, no volume for 4 s, then a last second.
+        {"never mounts", [&] { faults().neverMount = true; }, 10000ms, 2, nullptr, 1},
+        // Mounted, but no volume holds the unit's folder: looked for 4 s, then a second.
+        {"mounts no unit folder", [&] { fs::remove_all(unitFolder()); }, 5000ms, 2, nullptr, 1},
+        {"foreign pattern file",
+         [&] {
+             test::writeBytes(patternFile(), {1, 2, 3});
+         },
+         5000ms, 3, "User pattern file format is wrong.", 1},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        start(sim::UnitModel::ql900());
+        c.arrange();
+        link->getOccupied();
+        const int heard = simulated->messagesReceived();
+        const auto begin = elapsed();
+
+        EXPECT_FALSE(CLoadExec::exec());
+
+        EXPECT_EQ(elapsed() - begin, c.elapsed);
+        EXPECT_EQ(simulated->messagesReceived() - heard, c.sent);
+        EXPECT_EQ(alertTexts(), c.alert ? Strings{c.alert} : Strings{});
+        EXPECT_EQ(link->getEditorMode(), c.editorMode);
+        EXPECT_TRUE(context->patterns().getPtnData().empty());
+    }
+}
+
+TEST_F(LinkTest, PullingTheCableMidSequenceLeavesNoUnitUntilItIsPluggedInAgain) {
+    test::NotificationRecorder notes({NOTIFY_MIDI_CONNECT});
+    faults().unplugAtStep = sim::UnitStep::Mount;
+    ASSERT_FALSE(link->getOccupied());
+
+    EXPECT_FALSE(CLoadExec::exec());
+    settle();
+
+    EXPECT_FALSE(link->getConnected());
+    EXPECT_EQ(link->getEditorMode(), 0) << "dropped without telling the unit";
+    EXPECT_EQ(notes.count(NOTIFY_MIDI_CONNECT, link), 2) << "its source and destination went";
+    faults().unplugAtStep = sim::UnitStep::None;
+    ASSERT_TRUE(simulated->plugIn());
+    settle();
+    EXPECT_TRUE(link->getConnected());
+    EXPECT_EQ(notes.count(NOTIFY_MIDI_CONNECT, link), 4);
+    EXPECT_FALSE(link->getOccupied());
+}
+
+}  // namespace
+}  // namespace tavrel

@@ -1,0 +1,156 @@
+// The simulated unit's storage: the files a new unit comes with, and the folder that shows as
+// a volume while mounted, to this process or, through --volume-root, to another.
+#include "device/platform/ExtraRootsVolumeService.h"
+#include "device/platform/virtual/VirtualVolumeService.h"
+#include "files/CFileDataMgr.h"
+#include "files/CXMLFile.h"
+#include "files/FolderStorage.h"
+#include "model/CPatternMgr.h"
+#include "model/Context.h"
+#include "sim/FactoryKits.h"
+#include "sim/HiddenFolderVolume.h"
+#include "sim/StorageSeeder.h"
+#include "sim/VirtualStorageVolume.h"
+#include "support/ScratchFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tavrel {
+namespace {
+
+namespace fs = std::filesystem;
+using sim::StorageSeeder;
+using test::Bytes;
+using test::readBytes;
+
+std::set<std::string> namesIn(const fs::path& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());
+    return names;
+}
+
+class StorageTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        context.install<FolderStorage, UnitStorage>(std::make_unique<FolderStorage>(data));
+    }
+    // The program in the other process, told the storage folder with --volume-root.
+    bool otherProcessSeesTheUnit() {
+        ExtraRootsVolumeService seen(std::make_unique<VirtualVolumeService>(), {root});
+        return seen.exists(data / "RHYTHM.QL0");
+    }
+
+    test::ScratchFolder temp;  // backups of replaced files go there too
+    const fs::path root = temp / "storage";
+    const fs::path data = root / "VANTIK" / "DATA";
+    Context context;
+};
+
+TEST_F(StorageTest, ANewUnitHasAnEmptyPatternFileAndTwoCopiesOfEachSettingsFile) {
+    ASSERT_TRUE(StorageSeeder::seed(root / "VANTIK"));
+    EXPECT_EQ(namesIn(root / "VANTIK"), std::set<std::string>{"DATA"});
+    EXPECT_EQ(namesIn(data), (std::set<std::string>{"MEMORY1.QL0", "MEMORY2.QL0", "RHYTHM.QL0",
+                                                    "SYSTEM1.QL0", "SYSTEM2.QL0"}));
+    const Bytes rhythm = readBytes(data / "RHYTHM.QL0");
+    ASSERT_EQ(rhythm.size(), 2009212u);
+    EXPECT_EQ(Bytes(rhythm.begin(), rhythm.begin() + 12),
+              (Bytes{'P', 'T', 'N', '_', '0', '0', '0', '0', 0, 0, 0, 0}));
+    context.patterns().addPatternData();
+    EXPECT_TRUE(CFileDataMgr::loadData());
+    EXPECT_TRUE(context.patterns().getPtnData().empty());
+    // Each settings copy ends in a line feed and its generation: 0 for file 1, 1 for file 2.
+    for (const char* name : {"SYSTEM", "MEMORY"}) {
+        for (const int copy : {1, 2}) {
+            const Bytes file = readBytes(data / (name + std::to_string(copy) + ".QL0"));
+            ASSERT_GT(file.size(), 5u);
+            EXPECT_EQ(Bytes(file.end() - 5, file.end()),
+                      (Bytes{'\n', static_cast<std::uint8_t>(copy - 1), 0, 0, 0}))
+                << name << copy;
+        }
+    }
+}
+
+TEST_F(StorageTest, TheMemoriesGiveEveryUserPatternAKitAndTempoInTheLayoutTheProgramWrites) {
+    ASSERT_TRUE(StorageSeeder::seed(root / "VANTIK"));
+    const Bytes first = readBytes(data / "MEMORY1.QL0");
+    const Bytes second = readBytes(data / "MEMORY2.QL0");
+    CXMLFile xml;
+    EXPECT_EQ(xml.getCurrentNumber(), 0);
+    const int kits = static_cast<int>(sim::FactoryKits::names().size());
+    std::set<int> tempos;
+    for (int mem = 0; mem < 50; ++mem) {
+        for (int content = 350; content < 400; ++content) {
+            const int kit = xml.getKitFromMem(mem, content);
+            const int tempo = xml.getTempoFromMem(mem, content);
+            EXPECT_TRUE(kit >= 0 && kit < kits) << mem << "/" << content << ": " << kit;
+            EXPECT_TRUE(tempo >= 400 && tempo <= 3500 && tempo % 10 == 0) << tempo;
+            tempos.insert(tempo);
+        }
+        EXPECT_EQ(xml.getKitFromMem(mem, 349), -1);
+        EXPECT_EQ(xml.getKitFromMem(mem, 400), -1);
+    }
+    EXPECT_EQ(xml.getKitFromMem(50, 350), -1);
+    EXPECT_GT(tempos.size(), 5u) << "memories that all agree would hide a value written astray";
+    EXPECT_EQ(xml.getKitFromMem(7, 353), StorageSeeder::kitOf(7, 3));
+    EXPECT_EQ(xml.getTempoFromMem(7, 353), StorageSeeder::tempoOf(7, 3));
+
+    ASSERT_TRUE(xml.saveFile());
+    EXPECT_EQ(readBytes(data / "MEMORY1.QL0"), first);
+    EXPECT_EQ(readBytes(data / "MEMORY2.QL0"), second);
+}
+
+TEST_F(StorageTest, SeedingAgainOnlyFillsInWhatIsMissing) {
+    ASSERT_TRUE(StorageSeeder::seed(root / "VANTIK"));
+    test::writeBytes(data / "RHYTHM.QL0", {'m', 'i', 'n', 'e'});
+    const Bytes memory2 = readBytes(data / "MEMORY2.QL0");
+    fs::remove(data / "MEMORY2.QL0");
+    ASSERT_TRUE(StorageSeeder::seed(root / "VANTIK"));
+    EXPECT_EQ(readBytes(data / "RHYTHM.QL0"), (Bytes{'m', 'i', 'n', 'e'}));
+    EXPECT_EQ(readBytes(data / "MEMORY2.QL0"), memory2);
+    EXPECT_EQ(namesIn(data).size(), 5u);
+}
+
+TEST_F(StorageTest, AnotherProcessSeesTheStorageExactlyWhileMounted) {
+    {
+        sim::HiddenFolderVolume volume(root);
+        ASSERT_TRUE(StorageSeeder::seed(volume.unitFolder()));
+        EXPECT_FALSE(otherProcessSeesTheUnit());
+        ASSERT_TRUE(volume.mount());
+        EXPECT_TRUE(otherProcessSeesTheUnit());
+        EXPECT_EQ(volume.unitFolder(), root / "VANTIK");
+        volume.unmount();
+        EXPECT_FALSE(otherProcessSeesTheUnit());
+        EXPECT_TRUE(fs::exists(volume.unitFolder() / "DATA" / "RHYTHM.QL0"));
+        ASSERT_TRUE(volume.mount());
+    }
+    EXPECT_FALSE(otherProcessSeesTheUnit()) << "a simulator that ends hides its storage";
+    // One killed while mounted leaves it showing; the next one starts unmounted.
+    fs::rename(root / ".VANTIK", root / "VANTIK");
+    sim::HiddenFolderVolume next(root);
+    EXPECT_FALSE(otherProcessSeesTheUnit());
+    EXPECT_TRUE(fs::exists(next.unitFolder() / "DATA" / "RHYTHM.QL0"));
+}
+
+TEST_F(StorageTest, TheProgramAndTheProcessShareOneStorageFolder) {
+    {
+        sim::HiddenFolderVolume process(root);
+        ASSERT_TRUE(StorageSeeder::seed(process.unitFolder()));
+        test::writeBytes(process.unitFolder() / "DATA" / "RHYTHM.QL0", {'m', 'i', 'n', 'e'});
+    }
+    VirtualVolumeService volumes;
+    sim::VirtualStorageVolume inProgram(volumes, root);
+    EXPECT_EQ(fs::file_size(inProgram.unitFolder() / "DATA" / "RHYTHM.QL0"), 4u);
+    EXPECT_FALSE(volumes.exists(root / "VANTIK"));
+    ASSERT_TRUE(inProgram.mount());
+    EXPECT_EQ(volumes.volumes(), std::vector<fs::path>{root});
+    EXPECT_TRUE(volumes.exists(data / "RHYTHM.QL0"));
+    inProgram.unmount();
+    EXPECT_TRUE(volumes.volumes().empty());
+}
+
+}  // namespace
+}  // namespace tavrel
