@@ -115,19 +115,22 @@ protected:
 // The unit takes a message only in its model's header, with the right checksum, and logs
 // the request it recognised.
 TEST_F(LinkTest, EachMessageIsTheRequestItIsNamedForInTheConnectedModelsForm) {
-    const std::tuple<void (CConnectionMgr::*)(), const char*, const char*> messages[] = {
-        {&CConnectionMgr::txEditorOnMsg, "TX Editor ON", "editor-on"},
-        {&CConnectionMgr::txEditorOffMsg, "TX Editor OFF", "editor-off"},
-        {&CConnectionMgr::txMountMsg, "TX MOUNT", "mount"},
-        {&CConnectionMgr::txUnmountMsg, "TX UNMOUNT", "unmount"},
-        {&CConnectionMgr::rqEditorModeMsg, "RQ Editor Mode", "editor-request"},
-        {&CConnectionMgr::txReqMountMsg, "RQ MOUNT", "mount-request"},
-        {&CConnectionMgr::txReqKitNameMsg, "RQ KIT", "kit-request"},
+    // Plain functions rather than member pointers: g++ 12's UB sanitizer misreads calls
+    // through those.
+    using Send = void (*)(CConnectionMgr&);
+    const std::tuple<Send, const char*, const char*> messages[] = {
+        {[](CConnectionMgr& l) { l.txEditorOnMsg(); }, "TX Editor ON", "editor-on"},
+        {[](CConnectionMgr& l) { l.txEditorOffMsg(); }, "TX Editor OFF", "editor-off"},
+        {[](CConnectionMgr& l) { l.txMountMsg(); }, "TX MOUNT", "mount"},
+        {[](CConnectionMgr& l) { l.txUnmountMsg(); }, "TX UNMOUNT", "unmount"},
+        {[](CConnectionMgr& l) { l.rqEditorModeMsg(); }, "RQ Editor Mode", "editor-request"},
+        {[](CConnectionMgr& l) { l.txReqMountMsg(); }, "RQ MOUNT", "mount-request"},
+        {[](CConnectionMgr& l) { l.txReqKitNameMsg(); }, "RQ KIT", "kit-request"},
     };
     for (const auto& model : {sim::UnitModel::ql900(), sim::UnitModel::ql414xe3()}) {
         start(model);
         for (const auto& [send, label, request] : messages) {
-            (link->*send)();
+            send(*link);
             EXPECT_EQ(log.count(std::string("device: ") + label), 1) << label;
             EXPECT_EQ(log.count(std::string("sim: rx ") + request), 1) << model.name() << label;
         }
@@ -287,18 +290,23 @@ TEST_F(LinkTest, EachStepGivesUpExactlyAtItsDeadlineWithItsAlert) {
     enum Prepared { Asked, Holding, Mounted };
     const struct {
         const char* step;
-        bool (CConnectionMgr::*run)();
+        bool (*run)(CConnectionMgr&);
         Prepared prepared;
         bool result;
         ms deadline;
         const char* alert;
         int editorMode;
     } cases[] = {
-        {"setEditorMode", &CConnectionMgr::setEditorMode, Asked, false, 5000ms, "Unit is busy.", 1},
-        {"getOccupied", &CConnectionMgr::getOccupied, Holding, true, 5000ms, "Unit is busy.", 0},
-        {"mountQl", &CConnectionMgr::mountQl, Holding, false, 10000ms, nullptr, 1},
-        {"editorOff", &CConnectionMgr::editorOff, Mounted, false, 5000ms, "Tavrel quit, Error.", 1},
-        {"unmountQl", &CConnectionMgr::unmountQl, Mounted, false, 15000ms, "Disconnect error.", 1},
+        {"setEditorMode", [](CConnectionMgr& l) { return l.setEditorMode(); }, Asked, false, 5000ms,
+         "Unit is busy.", 1},
+        {"getOccupied", [](CConnectionMgr& l) { return l.getOccupied(); }, Holding, true, 5000ms,
+         "Unit is busy.", 0},
+        {"mountQl", [](CConnectionMgr& l) { return l.mountQl(); }, Holding, false, 10000ms, nullptr,
+         1},
+        {"editorOff", [](CConnectionMgr& l) { return l.editorOff(); }, Mounted, false, 5000ms,
+         "Tavrel quit, Error.", 1},
+        {"unmountQl", [](CConnectionMgr& l) { return l.unmountQl(); }, Mounted, false, 15000ms,
+         "Disconnect error.", 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.step);
@@ -307,11 +315,11 @@ TEST_F(LinkTest, EachStepGivesUpExactlyAtItsDeadlineWithItsAlert) {
         ASSERT_TRUE(c.prepared < Holding || link->setEditorMode());
         ASSERT_TRUE(c.prepared < Mounted || link->mountQl());
         // A unit that never mounts answers everything else; the other steps face a silent one.
-        (c.run == &CConnectionMgr::mountQl ? faults().neverMount : faults().silent) = true;
+        (std::string_view(c.step) == "mountQl" ? faults().neverMount : faults().silent) = true;
         const auto begin = elapsed();
         const auto realBegin = std::chrono::steady_clock::now();
 
-        EXPECT_EQ((link->*c.run)(), c.result);
+        EXPECT_EQ(c.run(*link), c.result);
 
         EXPECT_EQ(elapsed() - begin, c.deadline);
         EXPECT_LT(std::chrono::steady_clock::now() - realBegin, c.deadline / 2)
