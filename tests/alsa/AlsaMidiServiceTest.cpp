@@ -1,5 +1,6 @@
 #include "device/platform/alsa/AlsaMidiService.h"
 
+#include "alsa/SequencerTest.h"
 #include "device/MidiLib.h"
 #include "device/TestKit.h"
 #include "sim/alsa/AlsaUnitPorts.h"
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <mutex>
 #include <span>
 #include <string>
@@ -21,42 +21,10 @@ namespace {
 using namespace std::chrono_literals;
 using test::Bytes;
 
-bool haveSequencer() {
-    return std::filesystem::exists("/dev/snd/seq");
-}
-
 std::int64_t indexOf(const std::vector<CportProperties>& ports, const std::string& name) {
     const auto it = std::find_if(ports.begin(), ports.end(),
                                  [&](const CportProperties& p) { return p.deviceName() == name; });
     return it == ports.end() ? -1 : it - ports.begin();
-}
-
-TEST(AlsaMidiService, WithoutASequencerItSaysSoOnceAndListsNothing) {
-    if (haveSequencer()) {
-        GTEST_SKIP() << "this computer has an ALSA sequencer (/dev/snd/seq), so the path for "
-                        "one without it cannot be taken here";
-    }
-    test::LogCapture log;
-    AlsaMidiService service;
-    test::MidiRecorder recorder;
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        MidiLib midi(service);
-        midi.setDelegate(&recorder);
-        EXPECT_FALSE(midi.isReady());
-        midi.searchDevice();
-        EXPECT_TRUE(midi.getInputPortList().empty());
-        EXPECT_TRUE(midi.getOutputPortList().empty());
-        EXPECT_FALSE(midi.selectInputDevice(0));
-        midi.sendMidi(MidiPacket{0, 3, {0x99, 0x24, 0x64}});
-    }
-    EXPECT_EQ(log.count("device: ALSA sequencer not available: "), 1);
-
-    EXPECT_TRUE(service.sources().empty());
-    EXPECT_FALSE(service.connectSource(0x8000).ok());
-    const auto sent = service.send(0x8000, Bytes{0x90, 0x3C, 0x64});
-    EXPECT_FALSE(sent.ok());
-    EXPECT_FALSE(sent.what.empty());
-    EXPECT_TRUE(recorder.calls.empty());
 }
 
 // Polls for up to five seconds, since ALSA delivers on its own threads.
@@ -67,11 +35,9 @@ bool eventually(Condition condition) {
 }
 
 // The simulated unit's own ALSA ports stand in for a device on the cable.
-TEST(AlsaMidiService, TalksToAnotherClientAndHearsItsPortsComeAndGo) {
-    if (!haveSequencer()) {
-        GTEST_SKIP() << "no ALSA sequencer on this computer (/dev/snd/seq is missing); this test "
-                        "runs where the kernel has one";
-    }
+using AlsaMidiServiceTest = test::SequencerTest;
+
+TEST_F(AlsaMidiServiceTest, TalksToAnotherClientAndHearsItsPortsComeAndGo) {
     std::mutex lock;
     Bytes heard;  // every block the unit's port received, one after the other
     const auto hear = [&](std::span<const std::uint8_t> bytes) {
