@@ -51,6 +51,10 @@ kernel_package() {
 fetch_packages() {  # folder
     local into=$1 kernel
     kernel=$(kernel_package)
+    if [ -z "$kernel" ] && [ "$(id -u)" -eq 0 ]; then  # a fresh machine's lists may be empty
+        apt-get update -q >/dev/null 2>&1 || true
+        kernel=$(kernel_package)
+    fi
     [ -n "$kernel" ] || die "apt-cache knows no kernel image behind linux-image-amd64 (run apt-get update)"
     mkdir -p "$into/debs" "$into/tree"
     (cd "$into/debs" && apt-get download "$kernel" busybox-static >/dev/null 2>"$into/download.log") ||
@@ -107,11 +111,19 @@ cache_is_current() {
         [ "$(cat "$cache/init.sum" 2>/dev/null)" = "$(sha256sum "$here/guest-init.sh" | cut -d' ' -f1)" ]
 }
 
+# Guests may start side by side. Each holds a shared lock on the cache while it runs; one that
+# finds the cache out of date takes it alone to rebuild it, once the running guests are done.
 mkdir -p "$(dirname "$cache")"
+exec 9>"$cache.lock"
+flock -s 9
 if ! cache_is_current; then
-    echo "run-in-guest: preparing the guest in $cache (once)" >&2
-    rm -rf "$cache"
-    build_cache
+    flock 9
+    if ! cache_is_current; then
+        echo "run-in-guest: preparing the guest in $cache (once)" >&2
+        rm -rf "$cache"
+        build_cache
+    fi
+    flock -s 9
 fi
 
 # --- one run ----------------------------------------------------------------------------------
