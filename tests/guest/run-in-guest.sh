@@ -146,16 +146,17 @@ for i in "${!shares[@]}"; do
 done
 
 # Software emulation: the paravirtual KVM here cannot boot a stock kernel. Crypto self-tests
-# are skipped because they dominate an emulated boot.
-status=0
+# are skipped because they dominate an emulated boot. The console streams the command's output,
+# found between the guest's own lines, as it comes.
+set +e
 timeout --kill-after=10 "$timeout" qemu-system-x86_64 \
     -accel tcg -cpu max -smp 2 -m 2048 -nographic -no-reboot -nodefaults -serial stdio \
     -kernel "$cache/vmlinux" -initrd "$cache/initramfs.cpio.gz" \
     -append "console=ttyS0 quiet panic=-1 cryptomgr.notests rdinit=/init" \
-    "${virtfs[@]}" </dev/null >"$run/console" 2>&1 || status=$?
-
-# The console carries the command's output between the guest's own lines.
-tr -d '\r' <"$run/console" | sed -n '/^tavrel-guest: start$/,/^tavrel-guest: exit /{/^tavrel-guest: /d;p}'
+    "${virtfs[@]}" </dev/null 2>&1 | tee "$run/console" |
+    sed -u -n 's/\r$//; /^tavrel-guest: start$/,/^tavrel-guest: exit /{/^tavrel-guest: /d;p}'
+status=${PIPESTATUS[0]}
+set -e
 if [ ! -s "$run/status" ]; then
     echo "run-in-guest: the guest did not report an exit status (qemu exit $status); its console ends:" >&2
     tail -n 30 "$run/console" | tr -d '\r' >&2
