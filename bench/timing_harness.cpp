@@ -14,6 +14,7 @@
 #include "model/Context.h"
 #include "model/Log.h"
 #include "playback/CSeqSim.h"
+#include "playback/NoteTiming.h"
 
 #include <pthread.h>
 #include <sched.h>
@@ -21,7 +22,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -132,64 +132,25 @@ std::vector<std::int64_t> noteTicks(std::size_t count) {
     return ticks;
 }
 
-struct Figures {
-    double p50 = 0, p99 = 0, p999 = 0, max = 0;
-    double driftPerMinute = 0;  // slope of the error over the run, us per minute
-    double firstTenth = 0, lastTenth = 0;
-    std::size_t notes = 0, wrongNotes = 0;
+// The error of each note against its tick's due time, and whether it was the right note.
+struct Measured {
+    NoteTiming::Figures figures;
+    std::size_t wrongNotes = 0;
 };
 
-double percentile(const std::vector<double>& sorted, double p) {
-    const auto i = static_cast<std::size_t>(std::ceil(p * static_cast<double>(sorted.size()))) - 1;
-    return sorted[std::min(i, sorted.size() - 1)];
-}
-
-double slope(const std::vector<double>& x, const std::vector<double>& y) {
-    double mx = 0, my = 0;
-    for (std::size_t i = 0; i < x.size(); ++i) mx += x[i], my += y[i];
-    mx /= static_cast<double>(x.size());
-    my /= static_cast<double>(y.size());
-    double sxy = 0, sxx = 0;
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        sxy += (x[i] - mx) * (y[i] - my);
-        sxx += (x[i] - mx) * (x[i] - mx);
-    }
-    return sxx > 0 ? sxy / sxx : 0;
-}
-
-double mean(const std::vector<double>& v, std::size_t from, std::size_t to) {
-    double s = 0;
-    for (std::size_t i = from; i < to; ++i) s += v[i];
-    return to > from ? s / static_cast<double>(to - from) : 0;
-}
-
-// Tick k is raised on the clock's step 1 + floor(625 k / tempo), steps being whole
-// milliseconds from the clock's start, which play() takes just after startedAt.
-Figures measure(const Run& run, int tempo) {
-    Figures f;
-    f.notes = run.notes.size();
-    if (run.notes.empty()) return f;
+// play() takes the clock's start just after startedAt.
+Measured measure(const Run& run, int tempo) {
+    Measured m;
+    NoteTiming timing;
     const auto ticks = noteTicks(run.notes.size());
-    std::vector<double> errors, times;
     for (std::size_t i = 0; i < run.notes.size(); ++i) {
         const std::int64_t k = ticks[i];
-        const std::int64_t due = run.startedAt + (1 + 625 * k / tempo) * 1000;
         const auto position = static_cast<int>(k % kLoopTicks);
-        if (run.notes[i].note != kFirstNote + position / kStep % kNoteNumbers) ++f.wrongNotes;
-        errors.push_back(static_cast<double>(run.notes[i].at - due));
-        times.push_back(static_cast<double>(due - run.startedAt) / 60e6);
+        if (run.notes[i].note != kFirstNote + position / kStep % kNoteNumbers) ++m.wrongNotes;
+        timing.add(run.startedAt + NoteTiming::dueMicros(k, tempo), run.notes[i].at);
     }
-    f.driftPerMinute = slope(times, errors);
-    const std::size_t tenth = std::max<std::size_t>(1, errors.size() / 10);
-    f.firstTenth = mean(errors, 0, tenth);
-    f.lastTenth = mean(errors, errors.size() - tenth, errors.size());
-    std::vector<double> sorted = errors;
-    std::sort(sorted.begin(), sorted.end());
-    f.p50 = percentile(sorted, 0.50);
-    f.p99 = percentile(sorted, 0.99);
-    f.p999 = percentile(sorted, 0.999);
-    f.max = std::max(std::abs(sorted.front()), std::abs(sorted.back()));
-    return f;
+    m.figures = timing.figures();
+    return m;
 }
 
 std::optional<int> parseSeconds(int argc, char** argv) {
@@ -205,10 +166,11 @@ std::optional<int> parseSeconds(int argc, char** argv) {
     return seconds;
 }
 
-void printRow(int tempo, const char* load, const Run& run, const Figures& f) {
+void printRow(int tempo, const char* load, const Run& run, const Measured& m) {
+    const NoteTiming::Figures& f = m.figures;
     std::printf("%5d  %-6s  %5zu  %8.0f  %8.0f  %8.0f  %8.0f  %+10.2f  %+8.1f %+8.1f  %s%s\n",
                 tempo, load, f.notes, f.p50, f.p99, f.p999, f.max, f.driftPerMinute, f.firstTenth,
-                f.lastTenth, run.realTime ? "FIFO" : "normal", f.wrongNotes ? "  WRONG NOTES" : "");
+                f.lastTenth, run.realTime ? "FIFO" : "normal", m.wrongNotes ? "  WRONG NOTES" : "");
 }
 
 }  // namespace

@@ -99,6 +99,7 @@ std::string UnitSession::modelName() const {
 bool UnitSession::askHeld(bool& held) {
     const std::size_t before = mAlerts.shown().size();
     held = mLink.getOccupied();
+    if (mLink.unitGone()) return failed(before);
     return mAlerts.shown().size() == before;
 }
 
@@ -143,10 +144,13 @@ void UnitSession::drain() {
     mPoster.drain();
 }
 
-// The link's steps that fail without a word do so when the unit went away, left editor mode
-// by itself (reporting its storage unmounted), or mounted a storage this computer never saw.
+// The link's steps that fail without a word do so when the unit went away (the step ends as
+// it goes), left editor mode by itself (reporting its storage unmounted), or mounted a
+// storage this computer never saw.
 bool UnitSession::failed(std::size_t alertsBefore) {
     if (mAlerts.shown().size() != alertsBefore) return false;
+    // A unit that went during the step is only seen gone once its removal is handled.
+    drain();
     if (!mLink.getConnected()) {
         mAlerts.alert("Unit not connected.");
     } else if (mLink.getEditorMode() == 0) {

@@ -45,7 +45,8 @@ public:
     std::string modelName() const;
 
     // Asks the unit whether an editor (this program included) holds it; `held` is the answer.
-    // False when the unit did not answer in time, which the link shows as an alert.
+    // False when the unit did not answer in time, which the link shows as an alert, or went
+    // while asked.
     bool askHeld(bool& held);
     // The load sequence: editor mode, the storage mounted, the kit names and the user
     // patterns read into the Context. The unit stays in editor mode; see release().

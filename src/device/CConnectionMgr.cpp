@@ -218,19 +218,19 @@ bool CConnectionMgr::setEditorMode() {
     // Set before the reply: the receive thread ends it when the unit reports unmounting.
     mEditorMode = 1;
     txEditorOnMsg();
-    if (mWaiter.waitFor(kEditorModeReply, [this] { return mTargetEditorMode != 0; })) return true;
-    mAppDelegate.alert(kBusy);
+    if (waitForUnit(kEditorModeReply, [this] { return mTargetEditorMode != 0; })) return true;
+    if (!unitGone()) mAppDelegate.alert(kBusy);
     return false;
 }
 
 bool CConnectionMgr::getOccupied() {
     mTargetEditorMode = 255;
     rqEditorModeMsg();
-    if (mWaiter.waitFor(kEditorModeReply, [this] { return mTargetEditorMode != 255; })) {
+    if (waitForUnit(kEditorModeReply, [this] { return mTargetEditorMode != 255; })) {
         return mTargetEditorMode != 0;
     }
     mEditorMode = 0;
-    mAppDelegate.alert(kBusy);
+    if (!unitGone()) mAppDelegate.alert(kBusy);
     return true;
 }
 
@@ -242,7 +242,10 @@ bool CConnectionMgr::getKitName() {
     mKitName.clear();
     for (int attempt = 0; attempt < kKitListAttempts; ++attempt) {
         txReqKitNameMsg();
-        if (!mWaiter.waitFor(kKitListAttempt, [this] { return kitListComplete(); })) continue;
+        if (!waitForUnit(kKitListAttempt, [this] { return kitListComplete(); })) {
+            if (unitGone()) return false;
+            continue;
+        }
         CKitMgr& kits = Context::current().kits();
         kits.reset();
         for (std::string& name : mKitName.names()) kits.addName(std::move(name));
@@ -274,8 +277,8 @@ bool CConnectionMgr::editorOff() {
     // The unit was given a second after the message, then four more to report its storage
     // unmounted. One wait to the same deadline gives the same results, without the idle
     // second when the report comes at once.
-    if (!mWaiter.waitFor(kEditorOffReport, [this] { return mMountFlag == 0; })) {
-        mAppDelegate.alert("Tavrel quit, Error.");
+    if (!waitForUnit(kEditorOffReport, [this] { return mMountFlag == 0; })) {
+        if (!unitGone()) mAppDelegate.alert("Tavrel quit, Error.");
         return false;
     }
     mEditorMode = 0;
@@ -285,16 +288,16 @@ bool CConnectionMgr::editorOff() {
 bool CConnectionMgr::mountQl() {
     if (mEditorMode == 0) return false;
     txMountMsg();
-    mWaiter.waitFor(kMountReport, [this] { return mMountFlag != 0; });
+    waitForUnit(kMountReport, [this] { return mMountFlag != 0; });
     // The volume shows up on the computer some time after the unit's report. A volume found
     // earlier still counts, as it is never forgotten.
-    if (mWaiter.waitFor(kVolumeAfterReport, [this] {
+    if (!unitGone() && waitForUnit(kVolumeAfterReport, [this] {
             storeMountURL();
             return getMountURL().has_value();
         })) {
         return true;
     }
-    mWaiter.sleepFor(kRetryPause);
+    if (!unitGone()) mWaiter.sleepFor(kRetryPause);
     return false;
 }
 
@@ -303,8 +306,8 @@ bool CConnectionMgr::unmountQl() {
     ejectVolume();
     txUnmountMsg();
     // As in editorOff: the second after the message and the 14 after it are one wait.
-    if (!mWaiter.waitFor(kUnmountReport, [this] { return mMountFlag == 0; })) {
-        mAppDelegate.alert("Disconnect error.");
+    if (!waitForUnit(kUnmountReport, [this] { return mMountFlag == 0; })) {
+        if (!unitGone()) mAppDelegate.alert("Disconnect error.");
         return false;
     }
     mEditorMode = 0;
@@ -322,7 +325,18 @@ bool CConnectionMgr::ejectVolume() {
 }
 
 bool CConnectionMgr::waitForVolume(std::chrono::milliseconds limit) {
-    return mWaiter.waitFor(limit, [this] { return mMountFlag != 0 && isVolumeExist(); });
+    return waitForUnit(limit, [this] { return mMountFlag != 0 && isVolumeExist(); });
+}
+
+bool CConnectionMgr::unitGone() const {
+    return mMidiLib.selectionGone();
+}
+
+// A wait for an answer ends when the unit's endpoints go: nothing can answer any more. The
+// waiter looks again often enough by itself (a real one every 0.1 s) to see it unannounced.
+bool CConnectionMgr::waitForUnit(std::chrono::milliseconds timeout,
+                                 const std::function<bool()>& done) {
+    return mWaiter.waitFor(timeout, [&] { return unitGone() || done(); }) && !unitGone();
 }
 
 bool CConnectionMgr::loadPattern() {

@@ -19,6 +19,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -57,7 +58,13 @@ public:
     // in this object's state without telling the unit. Main thread.
     void reviseMidiDevice();
 
-    // Blocking steps, main thread only. Each shows its own failure as an alert.
+    // True once the unit's source or destination has gone from the MIDI service, even before
+    // the rescan that this causes has run. Any thread.
+    bool unitGone() const;
+
+    // Blocking steps, main thread only. Each shows its own failure as an alert. A step whose
+    // unit goes while it waits ends then, false and without an alert: the step did not fail,
+    // the unit is not connected any more, and its caller says so.
     // Takes the unit into editor mode; false when not connected or held by another editor.
     bool setEditorMode();
     // Asks the unit whether an editor holds it (this program included); a silent unit
@@ -113,6 +120,8 @@ private:
     bool selectUnitDestination(int model);
     void postConnect();
     bool kitListComplete();
+    // The waiter's wait that also ends when the unit goes; true only when `done` held.
+    bool waitForUnit(std::chrono::milliseconds timeout, const std::function<bool()>& done);
     void decodeKitName(std::uint32_t offset, std::span<const std::uint8_t> message);
     void endKitList(std::size_t lastSlot);
     bool ejectVolume();

@@ -84,6 +84,7 @@ bool MidiLib::selectInputDevice(std::int64_t index) {
         return false;
     }
     m_curInputPort = index;
+    mSelectionGone = false;
     return true;
 }
 
@@ -93,6 +94,7 @@ bool MidiLib::selectOutputDevice(std::int64_t index) {
     if (!found) return false;
     m_outputEndPointRef.store(found->uniqueId);
     m_curOutputPort = index;
+    mSelectionGone = false;
     return true;
 }
 
@@ -128,6 +130,11 @@ void MidiLib::midiReceived(std::span<const std::uint8_t> bytes) {
 }
 
 void MidiLib::midiNotified(const MidiNotification& notification) {
+    if (notification.kind == MidiNotification::Kind::ObjectRemoved &&
+        notification.uniqueId ==
+            (notification.isSource ? m_inputEndPointRef : m_outputEndPointRef).load()) {
+        mSelectionGone = true;
+    }
     postToMain([this, notification] { handleNotification(notification); });
 }
 

@@ -82,6 +82,12 @@ public:
     // Remembers the listed destination at `index`; false as above. No service call is made.
     bool selectOutputDevice(std::int64_t index);
 
+    // True once the connected source or the chosen destination has left the service, until
+    // the next selection. Set on the service's thread as the removal arrives, before the
+    // rescan it causes is posted, so a wait on the main thread can end at once rather than
+    // sit out its time for an answer that can no longer come. Any thread.
+    bool selectionGone() const { return mSelectionGone.load(); }
+
     // Sends `size` bytes as one block. A size outside 0..65535 is a programming error and
     // ends the program, in release builds too.
     void sendMidiWithData(const std::uint8_t* data, std::int64_t size);
@@ -115,9 +121,11 @@ private:
     bool mReady = false;
     bool mHasClient = false;  // the client is ours to close
     // Unique ids of the connected source and the chosen destination, or kNoEndpoint. The
-    // destination is read by every sending thread.
-    std::int64_t m_inputEndPointRef = kNoEndpoint;
+    // destination is read by every sending thread, and both by the service's thread when an
+    // endpoint goes.
+    std::atomic<std::int64_t> m_inputEndPointRef{kNoEndpoint};
     std::atomic<std::int64_t> m_outputEndPointRef{kNoEndpoint};
+    std::atomic<bool> mSelectionGone{false};
     std::vector<CportProperties> m_inputPort;   // sources, in the service's order
     std::vector<CportProperties> m_outputPort;  // destinations, in the service's order
     std::int64_t m_curInputPort = -1;

@@ -441,5 +441,41 @@ TEST_F(LinkTest, PullingTheCableMidSequenceLeavesNoUnitUntilItIsPluggedInAgain) 
     EXPECT_FALSE(link->getOccupied());
 }
 
+// A unit that vanishes while a step waits for it can no longer answer: the step ends as it
+// goes, without the alert of a unit that is there but silent, and the rescan that follows
+// finds no unit.
+TEST_F(LinkTest, AStepWaitingForTheUnitEndsWhenTheUnitGoesWithoutAnAlert) {
+    using Step = bool (*)(CConnectionMgr&);
+    // The step, what it returns, and whether the unit is held in editor mode before it.
+    const std::tuple<const char*, Step, bool, bool> steps[] = {
+        {"setEditorMode", [](CConnectionMgr& l) { return l.setEditorMode(); }, false, false},
+        {"getOccupied", [](CConnectionMgr& l) { return l.getOccupied(); }, true, true},
+        {"getKitName", [](CConnectionMgr& l) { return l.getKitName(); }, false, true},
+        {"mountQl", [](CConnectionMgr& l) { return l.mountQl(); }, false, true},
+    };
+    for (const auto& [name, step, result, held] : steps) {
+        SCOPED_TRACE(name);
+        start(sim::UnitModel::ql900());
+        if (held) {
+            holdUnit();
+        } else {
+            ASSERT_FALSE(link->getOccupied());
+        }
+        faults().silent = true;
+        timeline.after(1500ms, [this] { simulated->unplug(); });
+        const ms begin = elapsed();
+        EXPECT_EQ(step(*link), result);
+        EXPECT_EQ(elapsed() - begin, 1500ms);
+        EXPECT_TRUE(alertTexts().empty());
+        EXPECT_TRUE(link->unitGone());
+        settle();
+        EXPECT_FALSE(link->getConnected());
+        faults().silent = false;
+        ASSERT_TRUE(simulated->plugIn());
+        settle();
+        EXPECT_FALSE(link->unitGone()) << "the unit plugged in again is selected afresh";
+    }
+}
+
 }  // namespace
 }  // namespace tavrel
