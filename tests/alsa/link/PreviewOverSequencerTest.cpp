@@ -9,6 +9,7 @@
 #include "playback/NoteTiming.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
@@ -76,6 +77,7 @@ std::string report(const NoteTiming::Figures& f, std::size_t low, std::size_t hi
 class PreviewOverSequencerTest : public SequencerTest {};
 
 TEST_F(PreviewOverSequencerTest, TheWindowsNotesArriveOnChannel10OnTheTickSchedule) {
+    std::filesystem::remove(TAVREL_TIMING_REPORT);  // no figures of an earlier run pass for these
     const std::string file = std::string(TAVREL_EXAMPLES_DIR) + "/rock-4-4.mid";
     const auto expected = PreviewSchedule::notes(file, kTempo, (kSeconds + 1) * kTempo * 96 / 60);
     ASSERT_FALSE(expected.empty());
