@@ -31,6 +31,9 @@ int status(UnitSession& session, const UnitOptions& options, CommandIo io) {
     status.connected = link.getConnected();
     status.model = session.modelName();
     const bool answered = !status.connected || session.askHeld(status.held);
+    // A unit that went while asked is reported as gone, not as it was before.
+    status.connected = link.getConnected();
+    status.model = session.modelName();
     link.storeMountURL();
     if (link.isVolumeExist()) status.volumeRoot = link.getMountURL();
     UnitReport::printStatus(status, options.json, io.out);

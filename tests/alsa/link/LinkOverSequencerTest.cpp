@@ -108,17 +108,21 @@ TEST_P(LinkOverSequencerTest, PatternsPushedToTheUnitComeBackByPullAndByLoad) {
 TEST_P(LinkOverSequencerTest, AUnitKilledMidCommandIsReportedGoneWithinASecond) {
     struct Case {
         std::vector<std::string> faults;
+        const char* command;
         const char* waitingAfter;  // the log line of the request being waited on
+        const char* reported;      // on stdout, if anything
     };
     const Case cases[] = {
-        {{"--slow", "4000"}, "device: TX Editor ON"},
-        {{"--never-mount"}, "device: TX MOUNT"},
+        {{"--slow", "4000"}, "status", "device: RQ Editor Mode", "\"connected\":false"},
+        {{"--slow", "4000"}, "load", "device: TX Editor ON", nullptr},
+        {{"--never-mount"}, "load", "device: TX MOUNT", nullptr},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.waitingAfter);
         UnitSimProcess sim(model(), storage(), c.faults);
         ASSERT_TRUE(sim.ready()) << sim.output();
-        const auto cli = TavrelCli::start({"-v", "unit", "load", "--volume-root", storage()});
+        const auto cli =
+            TavrelCli::start({"-v", "unit", c.command, "--json", "--volume-root", storage()});
         ASSERT_TRUE(cli->waitForLine(Stream::Err, c.waitingAfter, 20s)) << cli->text(Stream::Err);
         std::this_thread::sleep_for(300ms);  // well inside the wait
         const auto killedAt = ChildProcess::Clock::now();
@@ -128,6 +132,10 @@ TEST_P(LinkOverSequencerTest, AUnitKilledMidCommandIsReportedGoneWithinASecond) 
         ASSERT_TRUE(alert) << cli->text(Stream::Err);
         EXPECT_EQ(alert->text, "tavrel-cli: Unit not connected.");
         EXPECT_EQ(cli->wait(5s), 1) << cli->text(Stream::Err);
+        if (c.reported != nullptr) {
+            EXPECT_NE(cli->text(Stream::Out).find(c.reported), std::string::npos)
+                << cli->text(Stream::Out);
+        }
         const auto latency =
             std::chrono::duration_cast<std::chrono::milliseconds>(alert->at - killedAt);
         EXPECT_LT(latency, 1s) << "the unit's ports went at once, with its process";
