@@ -21,7 +21,8 @@ public:
     // From any thread.
     void wake();
     // Returns once no run is due or under way: everything woken for so far has been done.
-    // For tests on a manual clock, which must let replies land before time moves on.
+    // For a writer whose ring is full, and for tests on a manual clock, which must let replies
+    // land before time moves on.
     void waitIdle();
 
 private:

@@ -13,8 +13,8 @@ class MidiFifo {
 public:
     static constexpr std::uint32_t kSize = 4096;  // one slot stays free: 4095 bytes fit
 
-    // Writer side. False when the ring is full; the byte is then dropped, as a slow drain
-    // must not hold up the service's thread.
+    // Writer side. False when the ring is full; the byte is not taken, and the writer decides
+    // whether to wait for the reader or let it go.
     bool pushFifo(std::uint8_t byte);
     // Reader side. False when the ring is empty.
     bool popFifo(std::uint8_t& byte);

@@ -125,8 +125,15 @@ int MidiLib::errorStatus(int status, const std::string& message) {
     return status;
 }
 
+// A block can be longer than the ring: the ALSA sequencer hands over a long exclusive message as
+// one event, which would lose its end however quick the drain. So a full ring waits for the drain
+// to empty it; that holds up only this service thread, whose platform buffers meanwhile.
 void MidiLib::midiReceived(std::span<const std::uint8_t> bytes) {
-    if (mReceiver.receive(bytes)) mDrain.wake();
+    const bool due = mReceiver.receive(bytes, [this] {
+        mDrain.wake();
+        mDrain.waitIdle();
+    });
+    if (due) mDrain.wake();
 }
 
 void MidiLib::midiNotified(const MidiNotification& notification) {

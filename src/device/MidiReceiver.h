@@ -15,16 +15,24 @@ namespace tavrel {
 class MidiReceiver {
 public:
     // Service thread. System real-time bytes (F8..FF) are dropped here so that a clock stream
-    // cannot fill the ring; the rest is pushed, and dropped when the ring is full. True when
-    // any byte was offered to the ring, taken or not: a drain is then due.
-    bool receive(std::span<const std::uint8_t> bytes) {
+    // cannot fill the ring; the rest is pushed. A byte that finds the ring full is offered once
+    // more after `makeRoom` has run, and dropped if the ring is still full. True when any byte
+    // was offered to the ring, taken or not: a drain is then due.
+    template <class MakeRoom>
+    bool receive(std::span<const std::uint8_t> bytes, MakeRoom&& makeRoom) {
         bool offered = false;
         for (const std::uint8_t byte : bytes) {
             if (byte >= 0xF8) continue;
-            mFifo.pushFifo(byte);
+            if (!mFifo.pushFifo(byte)) {
+                makeRoom();
+                mFifo.pushFifo(byte);
+            }
             offered = true;
         }
         return offered;
+    }
+    bool receive(std::span<const std::uint8_t> bytes) {
+        return receive(bytes, [] {});
     }
 
     // Drain thread, never two at once. Empties the ring through the parser and hands each

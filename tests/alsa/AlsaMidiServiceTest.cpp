@@ -1,5 +1,6 @@
 #include "device/platform/alsa/AlsaMidiService.h"
 
+#include "alsa/AlsaTestKit.h"
 #include "alsa/SequencerTest.h"
 #include "device/MidiLib.h"
 #include "device/TestKit.h"
@@ -8,31 +9,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <mutex>
 #include <span>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace tavrel {
 namespace {
 
-using namespace std::chrono_literals;
 using test::Bytes;
-
-std::int64_t indexOf(const std::vector<CportProperties>& ports, const std::string& name) {
-    const auto it = std::find_if(ports.begin(), ports.end(),
-                                 [&](const CportProperties& p) { return p.deviceName() == name; });
-    return it == ports.end() ? -1 : it - ports.begin();
-}
-
-// Polls for up to five seconds, since ALSA delivers on its own threads.
-template <class Condition>
-bool eventually(Condition condition) {
-    for (int i = 0; i < 500 && !condition(); ++i) std::this_thread::sleep_for(10ms);
-    return condition();
-}
+using test::eventually;
+using test::indexOf;
 
 // The simulated unit's own ALSA ports stand in for a device on the cable.
 using AlsaMidiServiceTest = test::SequencerTest;

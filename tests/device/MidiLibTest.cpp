@@ -193,6 +193,25 @@ TEST_F(MidiLibTest, MessagesArriveWholeAndInOrderFromTheServicesThread) {
     EXPECT_EQ(recorder.waitForReceived(expected.size()), expected);
 }
 
+// A platform may hand over a long exclusive message as one block, more than the ring holds.
+TEST_F(MidiLibTest, ABlockLongerThanTheRingArrivesWholeIn256BytePieces) {
+    ASSERT_TRUE(midi->selectInputDevice(0));
+    Bytes message(10000);
+    for (std::size_t i = 0; i < message.size(); ++i)
+        message[i] = static_cast<std::uint8_t>(i % 127);
+    message.front() = 0xF0;
+    message.back() = 0xF7;
+    std::vector<Bytes> expected;
+    for (std::size_t at = 0; at < message.size(); at += 256) {
+        const std::size_t end = std::min(message.size(), at + 256);
+        expected.emplace_back(message.begin() + at, message.begin() + end);
+    }
+    ASSERT_TRUE(service.inject(unitIn, message));
+    const auto received = recorder.waitForReceived(expected.size());
+    EXPECT_EQ(received.size(), expected.size());
+    EXPECT_TRUE(received == expected);
+}
+
 TEST_F(MidiLibTest, EndpointsComingAndGoingAreToldOnTheMainThread) {
     const std::int64_t pads = service.addSource("Pads:out");
     service.addDestination("Pads:in");

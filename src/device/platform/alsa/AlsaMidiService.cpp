@@ -17,6 +17,14 @@ namespace {
 
 constexpr std::uint8_t kSysEx = 0xF0;
 constexpr std::uint8_t kEndOfSysEx = 0xF7;
+// The most exclusive bytes one event carries: a fifth of a client's input pool as the kernel
+// makes it, so a receiver that reads as events come can take a message of any length.
+constexpr std::size_t kExclusiveEventBytes = 1024;
+// Cells of the kernel's input pool for our client, each holding an event or 28 bytes of its
+// data: the most the kernel allows, ten times its default. What arrives while the pool is
+// full is lost together with everything still waiting in it, so the pool has to hold a long
+// exclusive message while the receive thread is held up.
+constexpr int kInputPoolCells = 2000;
 constexpr unsigned int kPortType = SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION;
 
 void silentAlsaLib(const char*, int, const char*, int, const char*, ...) {}
@@ -53,32 +61,58 @@ public:
     // Builds events from the bytes of channel and system-common messages. System-exclusive
     // bytes never pass through it, so a few bytes of room are enough.
     snd_midi_event_t* encoder = nullptr;
+    // The last block ended inside an exclusive message: the next may go on with it, without F0.
+    bool exclusiveOpen = false;
     std::unique_ptr<AlsaReceiveThread> receiver;
 
 private:
+    Status sendExclusive(std::span<const std::uint8_t> message, int destClient, int destPort);
     Status output(snd_seq_event_t& event, int destClient, int destPort);
 };
 
 MidiService::Status AlsaMidiService::Session::send(int destClient, int destPort,
                                                    std::span<const std::uint8_t> bytes) {
-    // Each block starts afresh: a message cut off in the last one must not run into this one.
+    // Each block starts afresh: a channel message cut off in the last one must not run into this
+    // one. Only an exclusive message may go on from one block to the next.
     snd_midi_event_reset_encode(encoder);
     std::size_t i = 0;
     while (i < bytes.size()) {
+        const bool goesOn = i == 0 && exclusiveOpen && bytes[0] < 0x80;
+        if (bytes[i] == kSysEx || goesOn) {
+            const auto rest = bytes.subspan(i);
+            const auto end = std::find(rest.begin(), rest.end(), kEndOfSysEx);
+            const std::size_t length =
+                static_cast<std::size_t>(end - rest.begin()) + (end == rest.end() ? 0 : 1);
+            if (Status s = sendExclusive(rest.first(length), destClient, destPort); !s.ok()) {
+                return s;
+            }
+            i += length;
+            exclusiveOpen = end == rest.end();
+            continue;
+        }
+        // Any status but real time ends an unfinished exclusive message.
+        if (bytes[i] >= 0x80 && bytes[i] < 0xF8) exclusiveOpen = false;
         snd_seq_event_t event;
         snd_seq_ev_clear(&event);
-        if (bytes[i] == kSysEx) {
-            const auto end =
-                std::find(bytes.begin() + static_cast<std::ptrdiff_t>(i), bytes.end(), kEndOfSysEx);
-            const std::size_t stop = end == bytes.end()
-                                         ? bytes.size()
-                                         : static_cast<std::size_t>(end - bytes.begin()) + 1;
-            snd_seq_ev_set_sysex(&event, static_cast<unsigned int>(stop - i),
-                                 const_cast<std::uint8_t*>(&bytes[i]));
-            i = stop;
-        } else if (snd_midi_event_encode_byte(encoder, bytes[i++], &event) != 1) {
+        if (snd_midi_event_encode_byte(encoder, bytes[i++], &event) != 1) {
             continue;  // the message is not complete yet
         }
+        if (Status s = output(event, destClient, destPort); !s.ok()) return s;
+    }
+    return {};
+}
+
+// The kernel refuses an event that is larger than the receiving client's whole input pool
+// (about 5 kB of data by default), so a long message goes as consecutive events, which
+// receivers join as they do those of the kernel's own MIDI ports.
+MidiService::Status AlsaMidiService::Session::sendExclusive(std::span<const std::uint8_t> message,
+                                                            int destClient, int destPort) {
+    for (std::size_t at = 0; at < message.size(); at += kExclusiveEventBytes) {
+        const std::size_t length = std::min(kExclusiveEventBytes, message.size() - at);
+        snd_seq_event_t event;
+        snd_seq_ev_clear(&event);
+        snd_seq_ev_set_sysex(&event, static_cast<unsigned int>(length),
+                             const_cast<std::uint8_t*>(&message[at]));
         if (Status s = output(event, destClient, destPort); !s.ok()) return s;
     }
     return {};
@@ -119,6 +153,8 @@ MidiService::Status AlsaMidiService::createClient(const std::string& name, Liste
         return s;
     }
     session->client = snd_seq_client_id(session->seq);
+    // A smaller pool still works; long messages are then more easily lost.
+    check(snd_seq_set_client_pool_input(session->seq, kInputPoolCells), "enlarge the input pool");
     if (Status s = check(snd_midi_event_new(16, &session->encoder), "make MIDI encoder"); !s.ok()) {
         return s;
     }

@@ -1,0 +1,106 @@
+// Our client as other programs on the sequencer see it, and theirs as the transport lists them.
+
+#include "alsa/AlsaTestKit.h"
+#include "alsa/RawClient.h"
+#include "alsa/TransportTest.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tavrel {
+namespace {
+
+using test::RawClient;
+
+constexpr unsigned int kRead = RawClient::kReadable;
+constexpr unsigned int kWrite = RawClient::kWritable;
+
+using AlsaPortsTest = test::TransportTest;
+
+std::vector<RawClient::PortInfo> portsOf(const RawClient& watcher, const std::string& client) {
+    std::vector<RawClient::PortInfo> found;
+    for (auto& port : watcher.ports()) {
+        if (port.clientName == client) found.push_back(port);
+    }
+    return found;
+}
+
+TEST_F(AlsaPortsTest, OtherProgramsSeeOurClientWithItsTwoPortsUntilTheTransportGoes) {
+    RawClient watcher("Port Watcher");
+    ASSERT_TRUE(watcher.isOpen());
+    const auto ours = portsOf(watcher, "Tavrel");
+    ASSERT_EQ(ours.size(), 2u) << "one client of that name, with an input and an output port";
+    EXPECT_EQ(ours[0].client, ours[1].client);
+    const bool inFirst = ours[0].portName == "MidiLib-InPort";
+    const RawClient::PortInfo& in = ours[inFirst ? 0 : 1];
+    const RawClient::PortInfo& out = ours[inFirst ? 1 : 0];
+    ASSERT_EQ(in.portName, "MidiLib-InPort");
+    ASSERT_EQ(out.portName, "MidiLib-OutPort");
+
+    // Patchbays may connect any source to our input; nothing can be read from it.
+    EXPECT_EQ(in.caps & kWrite, kWrite);
+    EXPECT_EQ(in.caps & (kRead | SND_SEQ_PORT_CAP_NO_EXPORT), 0u);
+    // The output sends to the chosen destination only; nobody writes into it.
+    EXPECT_NE(out.caps & SND_SEQ_PORT_CAP_READ, 0u);
+    EXPECT_EQ(out.caps & (kWrite | SND_SEQ_PORT_CAP_NO_EXPORT), 0u);
+
+    const int keys = watcher.addPort("keys", kRead);
+    ASSERT_GE(keys, 0);
+    EXPECT_EQ(watcher.connectTo(keys, in.client, in.port), 0) << "as aconnect would";
+
+    midi.reset();
+    EXPECT_TRUE(portsOf(watcher, "Tavrel").empty()) << "client and ports go with the transport";
+}
+
+// The lists hold exactly the other programs' ports that may be subscribed to, under
+// "client:port" and their sequencer address, each once.
+TEST_F(AlsaPortsTest, ListsWhatOtherProgramsLetUsSubscribeToUnderNameAndAddress) {
+    RawClient probe("Probe");
+    ASSERT_TRUE(probe.isOpen());
+    const int both = probe.addPort("both", kRead | kWrite);
+    ASSERT_GE(both, 0);
+    ASSERT_GE(probe.addPort("sends", kRead), 0);
+    ASSERT_GE(probe.addPort("takes", kWrite), 0);
+    ASSERT_GE(probe.addPort("direct only", SND_SEQ_PORT_CAP_READ | SND_SEQ_PORT_CAP_WRITE), 0);
+    ASSERT_GE(probe.addPort("hidden", kRead | kWrite | SND_SEQ_PORT_CAP_NO_EXPORT), 0);
+    midi->searchDevice();
+
+    std::map<std::int64_t, RawClient::PortInfo> byAddress;
+    for (auto& port : probe.ports()) byAddress[port.client << 8 | port.port] = port;
+    const auto check = [&](const std::vector<CportProperties>& list) {
+        std::set<std::string> probeNames;
+        std::set<std::int64_t> ids;
+        for (const auto& entry : list) {
+            const std::int64_t id = MidiLib::getUniqId(entry);
+            EXPECT_TRUE(ids.insert(id).second) << "listed twice: " << id;
+            const auto seen = byAddress.find(id);
+            if (seen == byAddress.end()) {
+                ADD_FAILURE() << entry.deviceName() << " is at no port's address " << id;
+                continue;
+            }
+            const RawClient::PortInfo& port = seen->second;
+            EXPECT_EQ(entry.deviceName(), port.clientName + ":" + port.portName);
+            EXPECT_NE(port.client, SND_SEQ_CLIENT_SYSTEM);
+            EXPECT_NE(port.clientName, "Tavrel");
+            if (port.client == probe.client()) probeNames.insert(port.portName);
+        }
+        return probeNames;
+    };
+    EXPECT_EQ(check(midi->getInputPortList()), (std::set<std::string>{"both", "sends"}));
+    EXPECT_EQ(check(midi->getOutputPortList()), (std::set<std::string>{"both", "takes"}));
+
+    const std::int64_t probeBoth = probe.client() << 8 | both;
+    const auto& sources = midi->getInputPortList();
+    ASSERT_GE(test::indexOf(sources, "Probe:both"), 0);
+    EXPECT_EQ(sources[test::indexOf(sources, "Probe:both")].uniqueID(), probeBoth);
+    for (const auto* list : {&midi->getInputPortList(), &midi->getOutputPortList()}) {
+        EXPECT_GE(test::indexOf(*list, "Midi Through:Midi Through Port-0"), 0);
+    }
+}
+
+}  // namespace
+}  // namespace tavrel

@@ -1,0 +1,102 @@
+#include "alsa/RawClient.h"
+
+#include <poll.h>
+
+#include <cerrno>
+
+namespace tavrel::test {
+
+RawClient::RawClient(const std::string& name) {
+    if (snd_seq_open(&mSeq, "default", SND_SEQ_OPEN_DUPLEX, SND_SEQ_NONBLOCK) < 0) {
+        mSeq = nullptr;
+        return;
+    }
+    snd_seq_set_client_name(mSeq, name.c_str());
+    // The tests read only once they have sent everything, so all of it has to wait here.
+    snd_seq_set_client_pool_input(mSeq, 2000);
+}
+
+RawClient::~RawClient() {
+    if (mSeq != nullptr) snd_seq_close(mSeq);
+}
+
+int RawClient::client() const {
+    return snd_seq_client_id(mSeq);
+}
+
+int RawClient::addPort(const std::string& name, unsigned int caps) {
+    return snd_seq_create_simple_port(
+        mSeq, name.c_str(), caps, SND_SEQ_PORT_TYPE_MIDI_GENERIC | SND_SEQ_PORT_TYPE_APPLICATION);
+}
+
+int RawClient::removePort(int port) {
+    return snd_seq_delete_simple_port(mSeq, port);
+}
+
+int RawClient::setCaps(int port, unsigned int caps) {
+    snd_seq_port_info_t* info = nullptr;
+    snd_seq_port_info_alloca(&info);
+    if (const int rc = snd_seq_get_port_info(mSeq, port, info); rc < 0) return rc;
+    snd_seq_port_info_set_capability(info, caps);
+    return snd_seq_set_port_info(mSeq, port, info);
+}
+
+int RawClient::connectTo(int port, int client, int destPort) {
+    return snd_seq_connect_to(mSeq, port, client, destPort);
+}
+
+std::vector<RawClient::PortInfo> RawClient::ports() const {
+    std::vector<PortInfo> found;
+    snd_seq_client_info_t* clientInfo = nullptr;
+    snd_seq_port_info_t* portInfo = nullptr;
+    snd_seq_client_info_alloca(&clientInfo);
+    snd_seq_port_info_alloca(&portInfo);
+    snd_seq_client_info_set_client(clientInfo, -1);
+    while (snd_seq_query_next_client(mSeq, clientInfo) >= 0) {
+        snd_seq_port_info_set_client(portInfo, snd_seq_client_info_get_client(clientInfo));
+        snd_seq_port_info_set_port(portInfo, -1);
+        while (snd_seq_query_next_port(mSeq, portInfo) >= 0) {
+            found.push_back(
+                {snd_seq_port_info_get_client(portInfo), snd_seq_port_info_get_port(portInfo),
+                 snd_seq_client_info_get_name(clientInfo), snd_seq_port_info_get_name(portInfo),
+                 snd_seq_port_info_get_capability(portInfo)});
+        }
+    }
+    return found;
+}
+
+int RawClient::sendToSubscribers(int port, std::span<const std::uint8_t> bytes) {
+    snd_seq_event_t event;
+    snd_seq_ev_clear(&event);
+    snd_seq_ev_set_source(&event, static_cast<unsigned char>(port));
+    snd_seq_ev_set_subs(&event);
+    snd_seq_ev_set_direct(&event);
+    snd_seq_ev_set_sysex(&event, static_cast<unsigned int>(bytes.size()),
+                         const_cast<std::uint8_t*>(bytes.data()));
+    return snd_seq_event_output_direct(mSeq, &event);
+}
+
+std::vector<std::uint8_t> RawClient::receive(std::size_t count, std::chrono::milliseconds timeout) {
+    std::vector<std::uint8_t> bytes;
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    pollfd fd{};
+    snd_seq_poll_descriptors(mSeq, &fd, 1, POLLIN);
+    while (bytes.size() < count) {
+        snd_seq_event_t* event = nullptr;
+        const int rc = snd_seq_event_input(mSeq, &event);
+        if (rc == -EAGAIN) {
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                deadline - std::chrono::steady_clock::now());
+            if (left.count() <= 0 || poll(&fd, 1, static_cast<int>(left.count())) <= 0) break;
+            continue;
+        }
+        if (rc == -ENOSPC) continue;  // events were lost; the bytes will not add up
+        if (rc < 0) break;
+        if (event->type != SND_SEQ_EVENT_SYSEX) continue;
+        const auto* data = static_cast<const std::uint8_t*>(event->data.ext.ptr);
+        bytes.insert(bytes.end(), data, data + event->data.ext.len);
+    }
+    return bytes;
+}
+
+}  // namespace tavrel::test
