@@ -33,10 +33,10 @@ inline std::int64_t indexOf(const std::vector<CportProperties>& ports, const std
     return it == ports.end() ? -1 : it - ports.begin();
 }
 
-// F0, `size` - 2 body bytes that differ from one message to the next, F7.
+// F0, `size` - 2 body bytes that differ from one message to the next, F7 (never under 2 bytes).
 inline Bytes exclusive(std::size_t size, std::uint8_t seed) {
-    Bytes message(size);
-    for (std::size_t i = 1; i + 1 < size; ++i) {
+    Bytes message(std::max<std::size_t>(size, 2));
+    for (std::size_t i = 1; i + 1 < message.size(); ++i) {
         message[i] = static_cast<std::uint8_t>((i * 7 + seed) & 0x7F);
     }
     message.front() = 0xF0;
