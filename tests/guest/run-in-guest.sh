@@ -21,7 +21,7 @@
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
-cache=${TAVREL_GUEST_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/tavrel/guest}
+cache=${TAVREL_GUEST_CACHE:-${XDG_CACHE_HOME:-${HOME:-/tmp}/.cache}/tavrel/guest}
 timeout=600
 shares=()
 envs=()
