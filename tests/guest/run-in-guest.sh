@@ -5,10 +5,10 @@
 #   tests/guest/run-in-guest.sh [--share DIR]... [--env NAME=VALUE]... [--timeout SECONDS]
 #                               -- COMMAND [ARGS]...
 #
-# The guest sees this computer's file system read-only at the same paths (through 9p), so the
-# command runs the very binaries and libraries built here; each --share DIR (a build folder,
-# say) is writable at its own path. /tmp, /root and /var/tmp are the guest's own. The command
-# starts in the current folder.
+# The guest sees this computer's file system at the same paths (through 9p), so the command runs
+# the very binaries and libraries built here. What it writes stays in the guest's memory and is
+# gone when the guest powers off, except in each --share DIR (a build folder, say), which is
+# written through. The command starts in the current folder.
 #
 # Everything the guest needs comes from Debian's packages: a kernel image and busybox, fetched
 # with apt-get download and unpacked into a cache (nothing is installed but qemu itself). The
@@ -73,7 +73,7 @@ extract_vmlinux() {  # vmlinuz output
 }
 
 # The modules the guest loads, in order; modprobe adds what each depends on.
-MODULES=(snd-seq-dummy snd-hrtimer snd-virmidi virtio_pci 9pnet_virtio 9p)
+MODULES=(snd-seq-dummy snd-hrtimer snd-virmidi virtio_pci 9pnet_virtio 9p overlay)
 
 copy_modules() {  # tree version initramfs-root
     local tree=$1 version=$2 root=$3 base="$1/lib/modules/$2" want
@@ -131,7 +131,7 @@ fi
 run=$(mktemp -d "${TMPDIR:-/tmp}/tavrel-guest.XXXXXX")
 trap '[ -n "${TAVREL_GUEST_KEEP:-}" ] || rm -rf "$run"' EXIT
 {
-    echo "cd $(printf '%q' "$PWD")"
+    echo "cd $(printf '%q' "$PWD") || exit 125"
     echo "export PATH=$(printf '%q' "$PATH") LANG=C.UTF-8 HOME=/root TAVREL_IN_GUEST=1"
     for e in "${envs[@]}"; do echo "export $(printf '%q' "$e")"; done
     printf '%q ' "$@"
