@@ -137,12 +137,14 @@ void MidiLib::midiReceived(std::span<const std::uint8_t> bytes) {
 }
 
 void MidiLib::midiNotified(const MidiNotification& notification) {
+    postToMain([this, notification] { handleNotification(notification); });
+    // Marked only once the removal is queued: a main thread that sees the selection gone and
+    // then runs its queue must find the removal there, to read the unit as not connected.
     if (notification.kind == MidiNotification::Kind::ObjectRemoved &&
         notification.uniqueId ==
             (notification.isSource ? m_inputEndPointRef : m_outputEndPointRef).load()) {
         mSelectionGone = true;
     }
-    postToMain([this, notification] { handleNotification(notification); });
 }
 
 void MidiLib::handleNotification(const MidiNotification& notification) {
