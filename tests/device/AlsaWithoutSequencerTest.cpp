@@ -1,7 +1,7 @@
 #include "device/platform/alsa/AlsaMidiService.h"
 
-#include "device/MidiLib.h"
 #include "alsa/SequencerTest.h"
+#include "device/MidiLib.h"
 #include "device/TestKit.h"
 
 #include <gtest/gtest.h>
