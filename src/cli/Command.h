@@ -10,8 +10,9 @@ namespace tavrel::cli {
 
 enum ExitCode : int {
     kExitOk = 0,
-    kExitFailed = 1,  // the command ran and its work did not succeed
-    kExitUsage = 2,   // the command line itself was wrong
+    kExitFailed = 1,         // the command ran and its work did not succeed
+    kExitUsage = 2,          // the command line itself was wrong
+    kExitInterrupted = 130,  // stopped by Ctrl-C or SIGTERM, as shells report it
 };
 
 struct CommandIo {

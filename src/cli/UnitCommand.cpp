@@ -1,5 +1,6 @@
 #include "cli/UnitCommand.h"
 
+#include "cli/InterruptWatch.h"
 #include "cli/UnitOptions.h"
 #include "cli/UnitReport.h"
 #include "cli/UnitSession.h"
@@ -101,11 +102,14 @@ int UnitCommand::run(const Args& args, CommandIo io) {
         io.err << "; usage: tavrel-cli " << usage() << '\n';
         return kExitUsage;
     }
+    // Before the session starts its threads, so that they all leave the signals to it.
+    const InterruptWatch interrupt;
     // The link, the unit and the patterns read belong to this command alone.
     Context context;
     const auto session = UnitSession::open(*options, io.err);
     if (!session) return kExitFailed;
-    return run(*session, *options, io);
+    const int code = run(*session, *options, io);
+    return interrupt.interrupted() ? kExitInterrupted : code;
 }
 
 int UnitCommand::run(UnitSession& session, const UnitOptions& options, CommandIo io) {

@@ -1,6 +1,6 @@
 // `tavrel-cli unit status|load|pull|push`: talk to the unit, a simulated one (--simulate) or
-// one on this computer's ALSA sequencer. Every command ends the editor mode it started, and
-// exits 1 with the alert on stderr when a step fails.
+// one on this computer's ALSA sequencer. Every command ends the editor mode it started, also
+// when interrupted (then it exits 130), and exits 1 with the alert on stderr when a step fails.
 #pragma once
 
 #include "cli/Command.h"

@@ -144,6 +144,21 @@ TEST_P(LinkOverSequencerTest, AUnitKilledMidCommandIsReportedGoneWithinASecond) 
     }
 }
 
+// Ctrl-C while the unit is held must not leave it held: the command lets it go first.
+TEST_P(LinkOverSequencerTest, AnInterruptedCommandLetsTheUnitGoBeforeItEnds) {
+    UnitSimProcess sim(model(), storage(), {"--slow", "500"});
+    ASSERT_TRUE(sim.ready()) << sim.output();
+    const auto cli = TavrelCli::start({"-v", "unit", "load", "--volume-root", storage()});
+    ASSERT_TRUE(cli->waitForLine(Stream::Err, "device: TX MOUNT", 20s)) << cli->text(Stream::Err);
+    cli->kill(SIGINT);
+    EXPECT_TRUE(cli->waitForLine(Stream::Err, "tavrel-cli: stopping once the unit is let go", 5s));
+    EXPECT_EQ(cli->wait(40s), 130) << cli->text(Stream::Err);
+
+    const auto status = unit({"status", "--json"});
+    ASSERT_EQ(status.code, 0) << status;
+    EXPECT_NE(status.out.find("\"editorMode\":0,\"mounted\":false"), std::string::npos) << status;
+}
+
 INSTANTIATE_TEST_SUITE_P(BothModels, LinkOverSequencerTest,
                          ::testing::Values("QL-900", "QL-414XE3"), modelTestName);
 
