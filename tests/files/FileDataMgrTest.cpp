@@ -51,11 +51,6 @@ std::size_t slotAt(std::size_t p) {
     return 12 + p * kSlotSize;
 }
 
-// The record count field of variation `v` of the first slot.
-std::size_t countAt(int v) {
-    return slotAt(0) + 24 + 16 * static_cast<std::size_t>(v) + 12;
-}
-
 std::uint32_t le(const Bytes& b, std::size_t at, int width) {
     std::uint32_t v = 0;
     for (int i = width - 1; i >= 0; --i) v = (v << 8) | b[at + static_cast<std::size_t>(i)];
@@ -171,7 +166,8 @@ TEST_F(FileDataMgrTest, RecordsAreCutToTenThousandWrittenAndToWhatEachReaderTake
     addPattern("MANY", many);
     ASSERT_TRUE(CFileDataMgr::saveData());
     Bytes f = readBytes(unitFile());
-    EXPECT_EQ(le(f, countAt(0), 2), 10000u);
+    const std::size_t countAt = slotAt(0) + 24 + 12;  // the Intro's record count
+    EXPECT_EQ(le(f, countAt, 2), 10000u);
     const StepRecord last = many[9999];
     EXPECT_EQ(le(f, slotAt(0) + 184 + 9999 * 4, 4),
               last.delta | std::uint32_t{last.note} << 16 | std::uint32_t{last.velocity} << 24)
@@ -181,8 +177,7 @@ TEST_F(FileDataMgrTest, RecordsAreCutToTenThousandWrittenAndToWhatEachReaderTake
     // The unit takes 9,999 records, an import 10,000, whatever the stored count says.
     for (const bool overstated : {false, true}) {
         if (overstated) {
-            f[countAt(0)] = 0xFF;
-            f[countAt(0) + 1] = 0xFF;
+            f[countAt] = f[countAt + 1] = 0xFF;
             writeBytes(unitFile(), f);
         }
         ASSERT_TRUE(CFileDataMgr::loadData());
@@ -318,6 +313,10 @@ protected:
         return writeBytes(dir / name, bytes);
     }
     std::shared_ptr<CPtnDataMgr> last() { return patterns().getPtnData().back(); }
+    std::string alertText(std::size_t i) const {
+        const auto& a = alerts->shown.at(i);
+        return a.message + "|" + a.informative + "|" + a.confirmButton;
+    }
 };
 
 TEST_F(LoadSmfTest, AppendsAPatternWhoseTenVariationsHoldTheFile) {
@@ -327,19 +326,14 @@ TEST_F(LoadSmfTest, AppendsAPatternWhoseTenVariationsHoldTheFile) {
     ASSERT_EQ(patternCount(), 2u);
     const auto p = last();
     EXPECT_EQ(patterns().getCurPattarn(), p);
-    EXPECT_EQ(p->getCurVairationNum(), 0);
-    EXPECT_EQ(p->getNume(), 4);
-    EXPECT_EQ(p->getDeno(), 4);
     EXPECT_EQ(p->getTempo(), 200);
-    StepRecords twoBars(1, StepRecord{0, 36, 100});
-    for (int i = 1; i < 8; ++i) twoBars.push_back({96, 36, 100});
+    StepRecords twoBars(8, StepRecord{96, 36, 100});
+    twoBars.front().delta = 0;
     twoBars.push_back({96, 0, 0});
     for (int v = 0; v < kVariationCount; ++v) {
         const CPhraseData& phrase = *p->getPhraseAtVariation(v);
         EXPECT_EQ(phrase.getFileName(), path.string());
-        ASSERT_NE(phrase.getSeqData(), nullptr);
-        EXPECT_EQ(*phrase.getSeqData(), twoBars) << v;
-        EXPECT_EQ(phrase.getTotalBars(), 2);
+        EXPECT_EQ(notesOf(phrase), twoBars) << v;
         const bool fill = v == 2 || v == 4 || v == 6 || v == 8;
         EXPECT_EQ(phrase.getBars(), fill ? 1 : 2) << v;
     }
@@ -377,9 +371,7 @@ TEST_F(LoadSmfTest, AsksBeforeMergingTracksAndCancelChangesNothing) {
     EXPECT_EQ(patternCount(), 0u);
     EXPECT_EQ(seen.total(), 0);
     ASSERT_EQ(alerts->shown.size(), 1u);
-    EXPECT_EQ(alerts->shown[0].message, "SMF Format 1");
-    EXPECT_EQ(alerts->shown[0].informative, "Merge all tracks.");
-    EXPECT_EQ(alerts->shown[0].confirmButton, "OK");
+    EXPECT_EQ(alertText(0), "SMF Format 1|Merge all tracks.|OK");
 
     ASSERT_TRUE(CFileDataMgr::loadSmf(path));
     EXPECT_EQ(last()->getPhraseAtVariation(0)->getSeqDataCount(), 9);
@@ -402,9 +394,7 @@ TEST_F(LoadSmfTest, FilesThatMakeNoPattern) {
     test::NotificationRecorder seen;
     EXPECT_FALSE(CFileDataMgr::loadSmf(dir / "missing.mid"));
     ASSERT_EQ(alerts->shown.size(), 1u);
-    EXPECT_EQ(alerts->shown[0].message, "Load MIDI File.");
-    EXPECT_EQ(alerts->shown[0].informative, "Format error.");
-    EXPECT_EQ(alerts->shown[0].confirmButton, "");
+    EXPECT_EQ(alertText(0), "Load MIDI File.|Format error.|");
     EXPECT_EQ(seen.total(), 0);
 
     // Less than a bar: the pattern goes again, without a word.

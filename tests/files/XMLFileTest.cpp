@@ -16,6 +16,11 @@ namespace fs = std::filesystem;
 using test::Bytes;
 using test::settingsCopy;
 
+std::string memoryWithKit(int kit) {
+    return "<memory><mem id=\"0\"><CONTENT350><Kit>" + std::to_string(kit) +
+           "</Kit><Tempo>1200</Tempo></CONTENT350></mem></memory>";
+}
+
 class XMLFileTest : public ::testing::Test {
 protected:
     XMLFileTest() {
@@ -25,6 +30,13 @@ protected:
     void put(const std::string& name, const Bytes& bytes) { test::writeBytes(data / name, bytes); }
     void putXml(const std::string& name, const std::string& xml, std::int32_t generation) {
         put(name, settingsCopy(xml, generation));
+    }
+    // Copy `n` (1 or 2) of both files: memory number n, kit 11 n.
+    void putCopy(int n, std::int32_t generation) {
+        const std::string i = std::to_string(n);
+        putXml("SYSTEM" + i + ".QL0", "<sys><SETUP><MemNum>" + i + "</MemNum></SETUP></sys>",
+               generation);
+        putXml("MEMORY" + i + ".QL0", memoryWithKit(11 * n), generation);
     }
     Bytes bytesOf(const std::string& name) { return test::readBytes(data / name); }
     // The text of a saved copy: everything before the line feed and the generation.
@@ -38,15 +50,6 @@ protected:
     Context ctx;
 };
 
-std::string memoryWithKit(int kit) {
-    return "<memory><mem id=\"0\"><CONTENT350><Kit>" + std::to_string(kit) +
-           "</Kit><Tempo>1200</Tempo></CONTENT350></mem></memory>";
-}
-
-std::string systemWith(int memNum) {
-    return "<sys><SETUP><MemNum>" + std::to_string(memNum) + "</MemNum></SETUP></sys>";
-}
-
 TEST_F(XMLFileTest, TheCopyWithTheGreaterGenerationWinsAndATieGoesToFileOne) {
     struct Case {
         const char* what;
@@ -57,19 +60,16 @@ TEST_F(XMLFileTest, TheCopyWithTheGreaterGenerationWinsAndATieGoesToFileOne) {
         {"only file 2, whatever its generation", std::nullopt, -7, 2},
         {"only file 1", 9, std::nullopt, 1},
         {"a tie", 5, 5, 1},
-        {"file 2 newer", 5, 6, 2},
-        {"file 1 newer", 6, 5, 1},
-        {"signed: FF FF FF FF is -1", -1, 0, 2},
-        {"little-endian: 00 01 00 00 is 256", 256, 2, 1},
+        // Read unsigned, or big-endian, either of these would choose the other file.
+        {"file 2 newer, signed: FF FF FF FF is -1", -1, 0, 2},
+        {"file 1 newer, little-endian: 00 01 00 00 is 256", 256, 2, 1},
     };
     for (const Case& c : cases) {
         for (const char* name : {"SYSTEM1.QL0", "SYSTEM2.QL0", "MEMORY1.QL0", "MEMORY2.QL0"}) {
             fs::remove(data / name);
         }
-        if (c.first) putXml("SYSTEM1.QL0", systemWith(1), *c.first);
-        if (c.first) putXml("MEMORY1.QL0", memoryWithKit(11), *c.first);
-        if (c.second) putXml("SYSTEM2.QL0", systemWith(2), *c.second);
-        if (c.second) putXml("MEMORY2.QL0", memoryWithKit(22), *c.second);
+        if (c.first) putCopy(1, *c.first);
+        if (c.second) putCopy(2, *c.second);
         const CXMLFile settings;
         EXPECT_EQ(settings.getCurrentNumber(), c.chosen) << c.what;
         EXPECT_EQ(settings.getKitFromMem(0, 350), c.chosen * 11) << c.what;
@@ -97,9 +97,7 @@ TEST_F(XMLFileTest, UnusableCopiesCountAsMissing) {
             EXPECT_FALSE(settings.saveFile()) << what;
             EXPECT_EQ(bytesOf("MEMORY1.QL0"), bad) << what;
         }
-        // Beside an unusable copy, the other one is taken even when it is older.
-        putXml("SYSTEM2.QL0", systemWith(2), -100);
-        putXml("MEMORY2.QL0", memoryWithKit(22), -100);
+        putCopy(2, -100);  // beside an unusable copy, the other is taken even when older
         const CXMLFile settings;
         EXPECT_EQ(settings.getCurrentNumber(), 2) << what;
         EXPECT_EQ(settings.getKitFromMem(0, 350), 22) << what;

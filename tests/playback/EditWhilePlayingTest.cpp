@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <thread>
@@ -86,10 +87,9 @@ TEST(CSeqSimThreads, TheModelIsEditedWhileTheRealClockPlays) {
     }
     const auto deadline = std::chrono::steady_clock::now() + 5s;
     auto hasNoteOn = [&] {
-        for (const auto& m : service.backlog(synth)) {
-            if (m.bytes.front() == 0x99) return true;
-        }
-        return false;
+        const auto sent = service.backlog(synth);
+        return std::any_of(sent.begin(), sent.end(),
+                           [](const auto& m) { return m.bytes.front() == 0x99; });
     };
     while (!hasNoteOn() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(5ms);

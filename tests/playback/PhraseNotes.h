@@ -29,23 +29,15 @@ inline StepRecords stepRecords(const std::vector<Note>& notes, int endTick) {
     return records;
 }
 
-// The note numbers sounding at `tick`, in list order.
-inline std::vector<int> notesAt(const std::vector<Note>& notes, int tick) {
-    std::vector<int> at;
-    for (const Note& n : notes) {
-        if (n.tick == tick) at.push_back(n.note);
-    }
-    return at;
-}
-
-// Tick by tick, the notes of a window that starts at `start` and plays `loop` ticks before it
-// jumps back, for `count` ticks from `firstPosition`.
+// Tick by tick, the notes (in list order) of a window that starts at `start` and plays `loop`
+// ticks before it jumps back, for `count` ticks from `firstPosition`.
 inline std::vector<std::vector<int>> windowNotes(const std::vector<Note>& notes, int start,
                                                  int loop, int firstPosition, int count) {
-    std::vector<std::vector<int>> ticks;
-    int position = firstPosition;
-    for (int i = 0; i < count; ++i) {
-        ticks.push_back(notesAt(notes, position));
+    std::vector<std::vector<int>> ticks(static_cast<std::size_t>(count));
+    for (int i = 0, position = firstPosition; i < count; ++i) {
+        for (const Note& n : notes) {
+            if (n.tick == position) ticks[static_cast<std::size_t>(i)].push_back(n.note);
+        }
         position = position + 1 < start + loop ? position + 1 : start;
     }
     return ticks;

@@ -29,7 +29,6 @@ struct TickOut {
     std::int64_t ms = 0;  // milliseconds of clock time since the rig was made
     std::vector<int> noteOns;
     std::vector<int> programs;
-    std::vector<Bytes> other;
     std::vector<Bytes> all;  // everything, in the order sent
 };
 
@@ -92,13 +91,8 @@ public:
         for (std::size_t i = mSeen; i < all.size(); ++i) {
             const Bytes& b = all[i].bytes;
             out.all.push_back(b);
-            if (b.size() == 3 && b[0] == 0x99) {
-                out.noteOns.push_back(b[1]);
-            } else if (b.size() == 2 && b[0] == 0xC9) {
-                out.programs.push_back(b[1]);
-            } else {
-                out.other.push_back(b);
-            }
+            if (b.size() == 3 && b[0] == 0x99) out.noteOns.push_back(b[1]);
+            if (b.size() == 2 && b[0] == 0xC9) out.programs.push_back(b[1]);
         }
         mSeen = all.size();
         return out;
