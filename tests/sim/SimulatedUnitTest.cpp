@@ -11,7 +11,6 @@
 #include <atomic>
 #include <mutex>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -39,10 +38,6 @@ struct ModelCase {
     std::uint8_t id;  // the last byte of its header
 };
 
-void PrintTo(const ModelCase& param, std::ostream* out) {
-    *out << param.model.name();
-}
-
 // The header of the model whose ID byte is `id`, then `body`.
 Bytes message(std::uint8_t id, const Bytes& body) {
     Bytes bytes{0xF0, 0x41, 0x10, 0x00, 0x00, 0x00, 0x00, id};
@@ -54,12 +49,6 @@ Bytes message(std::uint8_t id, const Bytes& body) {
 // The kit slot a kit reply is for, from its address.
 int slotOf(const Bytes& reply) {
     return (reply[11] * 128 + reply[12] - 128) / 16;
-}
-
-std::vector<int> slotsOf(const Replies& replies) {
-    std::vector<int> slots;
-    for (const Bytes& reply : replies) slots.push_back(slotOf(reply));
-    return slots;
 }
 
 class SimulatedUnitTest : public ::testing::TestWithParam<ModelCase>, public MidiService::Listener {
@@ -147,10 +136,7 @@ TEST_P(SimulatedUnitTest, AnswersEditorModeAndShowsItsStorageOnlyToAnEditor) {
         {"asked after unmounting", kAskEditorMode, {kEditorOff}, false},
         {"editor on again", kEditorOn, {kEditorOn}, false},
         {"mount again", kMount, {kMount}, true},
-        {"editor off takes the storage back and says so",
-         kEditorOff,
-         {kEditorOff, kUnmount},
-         false},
+        {"editor off, which unmounts too", kEditorOff, {kEditorOff, kUnmount}, false},
     };
     for (const auto& step : steps) {
         Replies expected;
@@ -181,8 +167,6 @@ TEST_P(SimulatedUnitTest, SendsOneMessagePerKitThenAnEmptySlot) {
     // Slot addresses step by 16 and carry into the next 7-bit byte.
     EXPECT_EQ(Bytes(replies[1].begin() + 9, replies[1].begin() + 13),
               (Bytes{0x7F, 0x70, 0x01, 0x10}));
-    EXPECT_EQ(Bytes(replies[7].begin() + 9, replies[7].begin() + 13),
-              (Bytes{0x7F, 0x70, 0x01, 0x70}));
     EXPECT_EQ(Bytes(replies[8].begin() + 9, replies[8].begin() + 13),
               (Bytes{0x7F, 0x70, 0x02, 0x00}));
     const std::size_t end = replies.size() - 1;
@@ -223,27 +207,9 @@ TEST_P(SimulatedUnitTest, TakesOnlyWholeGoodRequestsOfItsModelEvenInPieces) {
     EXPECT_EQ(replies(), only(kEditorOn)) << "a request in pieces is put together";
 }
 
-TEST_P(SimulatedUnitTest, ASilentUnitHearsButNeitherActsNorAnswers) {
-    faults().silent = true;
-    for (const Bytes& request : {kAskEditorMode, kEditorOn, kMount, kAskKits}) {
-        EXPECT_TRUE(ask(request).empty());
-    }
-    EXPECT_EQ(unit->messagesReceived(), 4);
-    EXPECT_FALSE(unit->editorMode());
-    EXPECT_TRUE(volumes.volumes().empty());
-    faults().silent = false;
-    EXPECT_EQ(ask(kEditorOn), only(kEditorOn));
-}
-
 TEST_P(SimulatedUnitTest, ASlowUnitActsAndAnswersOnTheTimelineUnlessTheCableIsPulledMeanwhile) {
+    ask(kEditorOn);
     faults().replyDelayMs = 1500;
-    EXPECT_TRUE(ask(kEditorOn).empty());
-    advance(1499ms);
-    EXPECT_TRUE(replies().empty());
-    EXPECT_FALSE(unit->editorMode());
-    advance(1ms);
-    EXPECT_EQ(replies(), only(kEditorOn));
-
     send(msg(kMount));
     send(msg(kAskMount));
     advance(1499ms);
@@ -267,34 +233,17 @@ TEST_P(SimulatedUnitTest, AUnitHeldByAnotherEditorSaysSoToEveryone) {
     EXPECT_EQ(ask(kAskEditorMode), only(kEditorOff));
 }
 
-TEST_P(SimulatedUnitTest, ALostKitReplyIsMissingFromAsManyListsAsAsked) {
+// A list without its closing slot never ends; a slot lost mid-list is the link tests' to show.
+TEST_P(SimulatedUnitTest, ALostClosingSlotLeavesEveryListAskedForWithoutItsEnd) {
     ask(kEditorOn);
-    const std::vector<int> whole = slotsOf(ask(kAskKits));
-    ASSERT_GT(whole.size(), 4u);
-    faults().dropKitReply = 3;
-    faults().dropKitLists = 2;
-    std::vector<int> missing = whole;
-    missing.erase(missing.begin() + 3);
-    EXPECT_EQ(slotsOf(ask(kAskKits)), missing);
-    EXPECT_EQ(slotsOf(ask(kAskKits)), missing);
-    EXPECT_EQ(slotsOf(ask(kAskKits)), whole);
-    EXPECT_EQ(faults().dropKitLists, 0);
-
-    faults().dropKitReply = whole.back();
+    const Replies whole = ask(kAskKits);
+    faults().dropKitReply = slotOf(whole.back());
     faults().dropKitLists = -1;
     for (int list = 0; list < 3; ++list) {
         const Replies replies = ask(kAskKits);
         ASSERT_EQ(replies.size(), whole.size() - 1);
-        EXPECT_NE(replies.back()[13], 0) << "losing the closing slot leaves the list without end";
+        EXPECT_NE(replies.back()[13], 0);
     }
-}
-
-TEST_P(SimulatedUnitTest, AUnitThatNeverMountsNeitherAnswersNorShowsItsStorage) {
-    faults().neverMount = true;
-    ask(kEditorOn);
-    EXPECT_TRUE(ask(kMount).empty());
-    EXPECT_FALSE(volumeShown());
-    EXPECT_EQ(ask(kAskMount), only(kUnmount));
 }
 
 TEST_P(SimulatedUnitTest, PullingTheCableTakesEndpointsAndStorageAwayAndTheEditorWithThem) {
