@@ -8,6 +8,7 @@
 #include <alsa/asoundlib.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <string>
 
@@ -43,15 +44,25 @@ std::string addressText(std::int64_t uniqueId) {
 
 }  // namespace
 
-class AlsaMidiService::Session {
+// Also the listener of the receive thread, passing everything on: a port that starts may be a
+// device plugged in again at the address it had, whose route must then be made anew.
+class AlsaMidiService::Session : public MidiService::Listener {
 public:
-    ~Session() {
+    ~Session() override {
         receiver.reset();
         if (encoder != nullptr) snd_midi_event_free(encoder);
         if (seq != nullptr) snd_seq_close(seq);  // takes our ports and subscriptions along
     }
 
     Status send(int destClient, int destPort, std::span<const std::uint8_t> bytes);
+
+    void midiReceived(std::span<const std::uint8_t> bytes) override {
+        listener->midiReceived(bytes);
+    }
+    void midiNotified(const MidiNotification& notification) override {
+        if (notification.kind == MidiNotification::Kind::ObjectAdded) routeStale = true;
+        listener->midiNotified(notification);
+    }
 
     snd_seq_t* seq = nullptr;
     int client = -1;
@@ -66,15 +77,41 @@ public:
     std::unique_ptr<AlsaReceiveThread> receiver;
 
 private:
+    void route(int destClient, int destPort);
     Status sendExclusive(std::span<const std::uint8_t> message, int destClient, int destPort);
     Status output(snd_seq_event_t& event, int destClient, int destPort);
+
+    // The destination our output port was last subscribed to; -1 for none.
+    int routedClient = -1;
+    int routedPort = -1;
+    std::atomic<bool> routeStale{false};  // set by the receive thread
 };
+
+// A kernel client's port (a USB device, a raw MIDI card) opens its device only while someone
+// is subscribed to write to it, and drops events sent to it before; so our output port is
+// subscribed to the destination it sends to, and moved with it. A failed subscription still
+// lets the events go, for the destinations that take them without one.
+void AlsaMidiService::Session::route(int destClient, int destPort) {
+    const bool stale = routeStale.exchange(false);
+    const bool same = destClient == routedClient && destPort == routedPort;
+    if (same && !stale) return;
+    if (!same && routedClient >= 0) {
+        snd_seq_disconnect_to(seq, outPort, routedClient, routedPort);  // may be gone already
+    }
+    // Tried once per destination, not at every send: a refusal is logged once.
+    routedClient = destClient;
+    routedPort = destPort;
+    const int rc = snd_seq_connect_to(seq, outPort, destClient, destPort);
+    check(rc == -EBUSY ? 0 : rc,  // EBUSY: subscribed already
+          "subscribe to " + std::to_string(destClient) + ":" + std::to_string(destPort));
+}
 
 MidiService::Status AlsaMidiService::Session::send(int destClient, int destPort,
                                                    std::span<const std::uint8_t> bytes) {
     // Each block starts afresh: a channel message cut off in the last one must not run into this
     // one. Only an exclusive message may go on from one block to the next.
     snd_midi_event_reset_encode(encoder);
+    route(destClient, destPort);
     std::size_t i = 0;
     while (i < bytes.size()) {
         const bool goesOn = i == 0 && exclusiveOpen && bytes[0] < 0x80;
@@ -166,7 +203,8 @@ MidiService::Status AlsaMidiService::createClient(const std::string& name, Liste
 MidiService::Status AlsaMidiService::createOutputPort(const std::string& name) {
     std::lock_guard lock(mLock);
     if (!mSession) return {-ENODEV, "no client"};
-    // Readable only: sends go straight to the chosen destination, never to subscribers.
+    // Readable only, so no one else subscribes to it: sends go straight to the chosen
+    // destination, to which the port is subscribed by us alone.
     const int port =
         snd_seq_create_simple_port(mSession->seq, name.c_str(), SND_SEQ_PORT_CAP_READ, kPortType);
     if (Status s = check(port, "create output port"); !s.ok()) return s;
@@ -189,7 +227,7 @@ MidiService::Status AlsaMidiService::createInputPort(const std::string& name) {
           "subscribe to System:Announce");
     // Listed after subscribing, so a port that comes meanwhile is not missed.
     const auto known = AlsaEndpoints::list(s.seq, s.client);
-    s.receiver = std::make_unique<AlsaReceiveThread>(s.seq, s.client, *s.listener, known);
+    s.receiver = std::make_unique<AlsaReceiveThread>(s.seq, s.client, s, known);
     if (!s.receiver->running()) return {-EAGAIN, "start the MIDI receive thread"};
     return {};
 }
