@@ -38,10 +38,9 @@ public:
     Status disconnectSource(std::int64_t uniqueId) override;
     // Sent as direct events, not queued, with our output port subscribed to the destination
     // (a kernel MIDI device's port drops events while no one is): system-exclusive bytes as
-    // they are, from F0 up to
-    // and including F7 (or the end of the block) in events of at most 1 KiB, other messages
-    // encoded one by one. A block that starts with data bytes while the block before ended
-    // inside an exclusive message goes on with that message up to its F7.
+    // they are, from F0 up to and including F7 (or the end of the block) in events of at most
+    // 1 KiB, other messages encoded one by one. A block that starts with data bytes while the
+    // block before ended inside an exclusive message goes on with that message up to its F7.
     Status send(std::int64_t destination, std::span<const std::uint8_t> bytes) override;
 
 private:
