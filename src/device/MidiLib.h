@@ -83,9 +83,10 @@ public:
     bool selectOutputDevice(std::int64_t index);
 
     // True once the connected source or the chosen destination has left the service, until
-    // the next selection. Set on the service's thread as the removal arrives, before the
+    // the next selection. Set on the service's thread as the removal arrives, just after the
     // rescan it causes is posted, so a wait on the main thread can end at once rather than
-    // sit out its time for an answer that can no longer come. Any thread.
+    // sit out its time for an answer that can no longer come, and then find the rescan
+    // waiting in its queue. Any thread.
     bool selectionGone() const { return mSelectionGone.load(); }
 
     // Sends `size` bytes as one block. A size outside 0..65535 is a programming error and
