@@ -4,8 +4,8 @@
 #include "cli/UnitOptions.h"
 #include "cli/UnitReport.h"
 #include "cli/UnitSession.h"
+#include "cli/WriteNotes.h"
 #include "device/CConnectionMgr.h"
-#include "files/AtomicFileWriter.h"
 #include "files/CFileDataMgr.h"
 #include "model/CPatternMgr.h"
 #include "model/Context.h"
@@ -69,10 +69,11 @@ int pull(UnitSession& session, const UnitOptions& options, CommandIo io) {
         return kExitFailed;
     }
     if (!CFileDataMgr::exportData(options.file)) {
-        io.err << "tavrel-cli: cannot write " << out << '\n';
+        WriteNotes::failure(CFileDataMgr::lastWriteReport(), io.err);
         return kExitFailed;
     }
     io.out << out << ": " << patternsWord(count) << " from the " << session.modelName() << '\n';
+    WriteNotes::success(CFileDataMgr::lastWriteReport(), io.err);
     return kExitOk;
 }
 
@@ -87,10 +88,11 @@ int push(UnitSession& session, const UnitOptions& options, CommandIo io) {
     }
     const bool stored = session.store();
     const bool released = session.release();
+    if (!stored) WriteNotes::failure(CFileDataMgr::lastWriteReport(), io.err);
     if (!stored || !released) return kExitFailed;
     io.out << in << ": " << patternsWord(patternCount()) << " written to the "
-           << session.modelName() << "'s RHYTHM.QL0; the file it replaced is kept in "
-           << AtomicFileWriter::backupFolder().string() << '\n';
+           << session.modelName() << "'s RHYTHM.QL0\n";
+    WriteNotes::success(CFileDataMgr::lastWriteReport(), io.err);
     return kExitOk;
 }
 

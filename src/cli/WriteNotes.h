@@ -1,0 +1,18 @@
+// How the command-line tool tells what a file write did, without -v: on stderr, one line for
+// the reason a write failed, and after a success one line each for the replaced file's backup
+// (where it is kept, or why none was) and for anything unusual.
+#pragma once
+
+#include "files/WriteReport.h"
+
+#include <ostream>
+
+namespace tavrel::cli {
+
+class WriteNotes {
+public:
+    static void failure(const WriteReport& report, std::ostream& err);
+    static void success(const WriteReport& report, std::ostream& err);
+};
+
+}  // namespace tavrel::cli
