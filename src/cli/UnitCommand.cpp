@@ -1,5 +1,6 @@
 #include "cli/UnitCommand.h"
 
+#include "cli/ApplyAllCommand.h"
 #include "cli/InterruptWatch.h"
 #include "cli/UnitOptions.h"
 #include "cli/UnitReport.h"
@@ -99,6 +100,7 @@ int push(UnitSession& session, const UnitOptions& options, CommandIo io) {
 }  // namespace
 
 int UnitCommand::run(const Args& args, CommandIo io) {
+    if (!args.empty() && args.front() == "apply-all") return ApplyAllCommand::run(args, io);
     const auto options = UnitOptions::parse(args, io.err);
     if (!options) {
         io.err << "; usage: tavrel-cli " << usage() << '\n';

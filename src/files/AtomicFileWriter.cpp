@@ -70,6 +70,7 @@ public:
         : mBytes(bytes), mFaults(faults()), mStore(), mNow(std::time(nullptr)) {
         mReport.target = destinationOf(target);
         mBackupFolder = mStore.folderFor(mReport.target, unitModel);
+        mNoteOrigin = unitModel.empty();
     }
 
     WriteReport run();
@@ -101,6 +102,7 @@ private:
     fs::path mBackupFolder;
     WriteReport mReport;
     unsigned mMode = 0644;
+    bool mNoteOrigin = false;  // a unit's file: its volume's mount point says nothing lasting
     long long mOldSize = 0;
     bool mNoRoom = false;
 };
@@ -141,6 +143,7 @@ bool Replacement::keepBackup() {
         mStore.keep(old.get(), target(), mBackupFolder, mNow, mFaults.roomForBackup);
     mReport.backup = kept.path;
     mReport.noBackup = kept.error;
+    if (mNoteOrigin && !kept.path.empty()) BackupStore::noteOrigin(mBackupFolder, target());
     return !kept.path.empty();
 }
 

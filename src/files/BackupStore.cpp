@@ -130,12 +130,6 @@ BackupStore::Kept BackupStore::keep(int source, const fs::path& target, const fs
         kept.error = "cannot make the backup folder " + folder.string() + ": " + ec.message();
         return kept;
     }
-    const fs::path owner = folder.parent_path();
-    if (!fs::exists(owner / kOriginFile, ec)) {
-        std::error_code abs;
-        std::ofstream(owner / kOriginFile)
-            << fs::absolute(target, abs).parent_path().string() << '\n';
-    }
     TempFile::sweep(folder);
     std::string error;
     int errnum = 0;
@@ -159,6 +153,13 @@ BackupStore::Kept BackupStore::keep(int source, const fs::path& target, const fs
         kept.error = error;
     }
     return kept;
+}
+
+void BackupStore::noteOrigin(const fs::path& folder, const fs::path& target) {
+    const fs::path note = folder.parent_path() / kOriginFile;
+    std::error_code ec;
+    if (fs::exists(note, ec)) return;
+    std::ofstream(note) << fs::absolute(target, ec).parent_path().string() << '\n';
 }
 
 std::vector<BackupStore::Entry> BackupStore::entriesIn(const fs::path& folder) {
