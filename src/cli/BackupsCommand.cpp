@@ -54,7 +54,11 @@ void printJson(const BackupStore& store, const std::vector<BackupStore::Target>&
         }
         json.key("backups").beginArray();
         for (const auto& e : target.entries) {
-            json.beginObject().key("path").value(e.path.string()).key("date").value(dateOf(e.stamp));
+            json.beginObject()
+                .key("path")
+                .value(e.path.string())
+                .key("date")
+                .value(dateOf(e.stamp));
             json.key("size").value(static_cast<std::int64_t>(e.size)).key("patterns");
             if (const auto n = patternsIn(e.path)) {
                 json.value(*n);
@@ -90,8 +94,8 @@ int BackupsCommand::run(const Args& args, CommandIo io) {
     bool json = false;
     for (const std::string& a : args) {
         if (a != "--json") {
-            io.err << "tavrel-cli: unexpected argument '" << a << "'; usage: tavrel-cli "
-                   << usage() << '\n';
+            io.err << "tavrel-cli: unexpected argument '" << a << "'; usage: tavrel-cli " << usage()
+                   << '\n';
             return kExitUsage;
         }
         json = true;

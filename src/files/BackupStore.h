@@ -44,7 +44,8 @@ public:
     Kept keep(int source, const std::filesystem::path& target, const std::filesystem::path& folder,
               std::time_t now, long long room = -1) const;
     // Notes beside a folder-named owner where its files came from, for list().
-    static void noteOrigin(const std::filesystem::path& folder, const std::filesystem::path& target);
+    static void noteOrigin(const std::filesystem::path& folder,
+                           const std::filesystem::path& target);
     // Removes the copies in `folder` that the rule above does not keep.
     static void prune(const std::filesystem::path& folder, std::time_t now);
 

@@ -164,12 +164,13 @@ TEST_F(XMLFileTest, TheSetterChangesOneContentAndASaveKeepsEverythingElse) {
 TEST_F(XMLFileTest, SaveWritesTheUnitsLayoutAndGenerationsZeroAndOne) {
     // standalone="yes" is dropped from the declaration, other attributes stay; text that is
     // only blanks is text, not layout.
-    putXml("MEMORY2.QL0",
-           "<?xml version='1.0' encoding='UTF-8' standalone='yes'?><!-- kept -->"
-           "<memory><mem id=\"3\"><Name/><Label>   </Label><CONTENT350><Kit>7</Kit><Tempo>1200</Tempo>"
-           "<Pad><Layer><Sample>kick &amp; snare</Sample></Layer></Pad></CONTENT350></mem>"
-           "</memory>",
-           41);
+    putXml(
+        "MEMORY2.QL0",
+        "<?xml version='1.0' encoding='UTF-8' standalone='yes'?><!-- kept -->"
+        "<memory><mem id=\"3\"><Name/><Label>   </Label><CONTENT350><Kit>7</Kit><Tempo>1200</Tempo>"
+        "<Pad><Layer><Sample>kick &amp; snare</Sample></Layer></Pad></CONTENT350></mem>"
+        "</memory>",
+        41);
     CXMLFile settings;
     ASSERT_TRUE(settings.saveFile());
     const std::string expected =
