@@ -63,16 +63,17 @@ bool saveToUnit(UnitSession& session, const Options& options, CommandIo io) {
             return false;
         }
         if (session.store()) return true;
-    } else if (session.load()) {
-        if (!CFileDataMgr::IsVolumeExist()) {
-            Context::current().find<Alerts>()->alert("Device not connected.");
-            return false;
-        }
-        if (CFileDataMgr::saveData()) return true;
-        Context::current().find<Alerts>()->alert("User Pattern file cannot be created.");
-    } else {
+        WriteNotes::afterStore(session.alerts(), io.err);
         return false;
     }
+    if (!session.load()) return false;
+    Alerts& alerts = *Context::current().find<Alerts>();
+    if (!CFileDataMgr::IsVolumeExist()) {
+        alerts.alert("Device not connected.");
+        return false;
+    }
+    if (CFileDataMgr::saveData()) return true;
+    alerts.alert("User Pattern file cannot be created.");
     WriteNotes::failure(CFileDataMgr::lastWriteReport(), io.err);
     return false;
 }

@@ -89,7 +89,7 @@ int push(UnitSession& session, const UnitOptions& options, CommandIo io) {
     }
     const bool stored = session.store();
     const bool released = session.release();
-    if (!stored) WriteNotes::failure(CFileDataMgr::lastWriteReport(), io.err);
+    if (!stored) WriteNotes::afterStore(session.alerts(), io.err);
     if (!stored || !released) return kExitFailed;
     io.out << in << ": " << patternsWord(patternCount()) << " written to the "
            << session.modelName() << "'s RHYTHM.QL0\n";
