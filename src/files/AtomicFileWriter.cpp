@@ -67,7 +67,7 @@ class Replacement {
 public:
     Replacement(const fs::path& target, std::span<const std::uint8_t> bytes,
                 const std::string& unitModel)
-        : mBytes(bytes), mFaults(faults()), mStore(), mNow(std::time(nullptr)) {
+        : mBytes(bytes), mFaults(faults()), mNow(std::time(nullptr)) {
         mReport.target = destinationOf(target);
         mBackupFolder = mStore.folderFor(mReport.target, unitModel);
         mNoteOrigin = unitModel.empty();

@@ -93,7 +93,11 @@ fs::path freshName(const fs::path& folder, const fs::path& fileName, std::time_t
     fs::path name = folder / (base + ext);
     std::error_code ec;
     for (int n = 1; fs::exists(name, ec); ++n) {
-        name = folder / (base + '-' + std::to_string(n) + ext);
+        std::string numbered = base;
+        numbered += '-';
+        numbered += std::to_string(n);
+        numbered += ext;
+        name = folder / numbered;
     }
     return name;
 }
@@ -131,26 +135,21 @@ BackupStore::Kept BackupStore::keep(int source, const fs::path& target, const fs
         return kept;
     }
     TempFile::sweep(folder);
-    std::string error;
     int errnum = 0;
-    auto temp = TempFile::besides(folder / target.filename(), error, errnum);
+    auto temp = TempFile::besides(folder / target.filename(), kept.error, errnum);
+    if (!temp) return kept;
     FileIo::Failure failure;
-    if (!temp) {
-        kept.error = error;
-    } else if (!FileIo::copy(source, temp->fd(), {room, ENOSPC}, failure)) {
-        kept.error = (failure.errnum == ENOSPC ? "no room for a backup in " + folder.string()
-                                               : "cannot copy the old file") +
-                     ": " + failure.what;
-    } else if (temp->sync(0644, error)) {
-        const fs::path name = freshName(folder, target.filename(), now);
-        if (temp->renameOver(name, error)) {
-            FileIo::syncFolder(folder.string(), failure);
-            kept.path = name;
-            return kept;
-        }
-        kept.error = error;
-    } else {
-        kept.error = error;
+    if (!FileIo::copy(source, temp->fd(), {room, ENOSPC}, failure)) {
+        kept.error = failure.errnum == ENOSPC ? "no room for a backup in " + folder.string()
+                                              : std::string("cannot copy the old file");
+        kept.error += ": " + failure.what;
+        return kept;
+    }
+    const fs::path name = freshName(folder, target.filename(), now);
+    if (temp->sync(0644, kept.error) && temp->renameOver(name, kept.error)) {
+        FileIo::syncFolder(folder.string(), failure);
+        kept.path = name;
+        kept.error.clear();
     }
     return kept;
 }

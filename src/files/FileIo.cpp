@@ -3,9 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
+#include <vector>
 
 namespace tavrel {
 
@@ -58,7 +58,7 @@ bool FileIo::writeAll(int fd, std::span<const std::uint8_t> bytes, Limit limit, 
 }
 
 bool FileIo::copy(int from, int to, Limit limit, Failure& failure) {
-    std::array<std::uint8_t, kChunk> buffer;
+    std::vector<std::uint8_t> buffer(kChunk);
     off_t offset = 0;
     for (;;) {
         const ssize_t n = readSome(from, buffer.data(), buffer.size(), offset);
@@ -73,8 +73,8 @@ bool FileIo::copy(int from, int to, Limit limit, Failure& failure) {
 }
 
 bool FileIo::sameContents(int a, int b) {
-    std::array<std::uint8_t, kChunk> left;
-    std::array<std::uint8_t, kChunk> right;
+    std::vector<std::uint8_t> left(kChunk);
+    std::vector<std::uint8_t> right(kChunk);
     for (off_t offset = 0;;) {
         const ssize_t n = readSome(a, left.data(), left.size(), offset);
         const ssize_t m = readSome(b, right.data(), right.size(), offset);
