@@ -105,7 +105,7 @@ TEST_F(AtomicFileWriterTest, PruningKeepsTheNewestTwentyAndTheNewestOfEachOfThir
 
 TEST_F(AtomicFileWriterTest, FailedWritesLeaveTheOldFileAndTheBackupHistoryAsTheyWere) {
     ASSERT_TRUE(write(target, {1}).ok);
-    ASSERT_TRUE(write(target, {2}).ok);
+    ASSERT_TRUE(write(target, {2, 2, 2, 2}).ok);
     const auto history = namesIn(backupsOf(target));
     ASSERT_EQ(history.size(), 1u);
 
@@ -116,8 +116,10 @@ TEST_F(AtomicFileWriterTest, FailedWritesLeaveTheOldFileAndTheBackupHistoryAsThe
     };
     const Case cases[] = {
         {"a bad disk half way", {.failAfterBytes = 3}, {}},
-        {"no room beside it, and too little to grow it in place", {.roomBeside = 2}, {}},
-        {"no room beside it, nor for the backup", {.roomBeside = 0, .roomForBackup = 0}, {}},
+        {"no room beside it, and too little to grow it in place", {.roomBeside = 1}, {}},
+        {"no room beside it, and the backup device full half way",
+         {.roomBeside = 0, .roomForBackup = 2},
+         {}},
         {"the backup is full half way and the target cannot be renamed over",
          {.roomForBackup = 0},
          [&] { fs::create_directory(dir / "DIR.QL0"); }},
@@ -130,7 +132,7 @@ TEST_F(AtomicFileWriterTest, FailedWritesLeaveTheOldFileAndTheBackupHistoryAsThe
             ASSERT_FALSE(r.ok) << c.what;
             EXPECT_FALSE(r.error.empty()) << c.what;
         }
-        EXPECT_EQ(readBytes(target), Bytes{2}) << c.what;
+        EXPECT_EQ(readBytes(target), (Bytes{2, 2, 2, 2})) << c.what;
         EXPECT_EQ(namesIn(backupsOf(target)), history) << c.what;
         EXPECT_EQ(namesIn(dir.path()).size(), c.setUp ? 3u : 2u) << c.what << ": no temporary";
     }
