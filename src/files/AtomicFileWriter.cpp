@@ -102,7 +102,8 @@ private:
     fs::path mBackupFolder;
     WriteReport mReport;
     unsigned mMode = 0644;
-    bool mNoteOrigin = false;  // a unit's file: its volume's mount point says nothing lasting
+    // Other files only: the unit's volume is mounted wherever the desktop puts it.
+    bool mNoteOrigin = false;
     long long mOldSize = 0;
     bool mNoRoom = false;
 };
