@@ -3,6 +3,10 @@
 // result, never reading outside the bytes, and the values it reports must agree with what it
 // was told to set.
 //
+// With only file 1 given, what the setter finds is checked against the query it stands for,
+// run on the same text: it sets a content exactly when "//mem[@id='M']/CONTENTnnn/Kit" and
+// ".../Tempo" each select one element.
+//
 // Input: byte 0 chooses the copies (low two bits: 0 the rest is both copies, 1 only file 1,
 // 2 only file 2, 3 bytes 1-2 give the length of file 1, little-endian, and file 2 is what
 // follows) and the user pattern (the upper six bits).
@@ -14,12 +18,15 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <memory>
 #include <span>
 #include <string>
 #include <vector>
+
+#include <pugixml.hpp>
 
 namespace {
 
@@ -61,6 +68,20 @@ void putCopies(MemoryStorage& storage, std::span<const std::uint8_t> input) {
     }
 }
 
+// How many elements the query for `field` of content `content` of memory `mem` selects in the
+// settings copy `copy` (XML and generation); -1 when the text does not parse.
+int selected(std::span<const std::uint8_t> copy, int mem, int content, const char* field) {
+    if (copy.size() < 4) return -1;
+    pugi::xml_document doc;
+    if (!doc.load_buffer(copy.data(), copy.size() - 4,
+                         pugi::parse_full | pugi::parse_ws_pcdata_single, pugi::encoding_utf8)) {
+        return -1;
+    }
+    char query[96];
+    std::snprintf(query, sizeof query, "//mem[@id='%d']/CONTENT%03d/%s", mem, content, field);
+    return static_cast<int>(doc.select_nodes(query).size());
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -84,7 +105,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int tempo = settings.getTempoFromMem(mem, content);
     if (!settings.hasMemoryDoc() && (kit != -1 || tempo != -1)) std::abort();
 
-    if (settings.setKitAndTempoFromMem(mem, pattern, 17, 123)) {
+    const bool set = settings.setKitAndTempoFromMem(mem, pattern, 17, 123);
+    if ((data[0] & 3u) == 1 && settings.hasMemoryDoc()) {
+        const std::span<const std::uint8_t> copy(data + 1, size - 1);
+        const bool one =
+            selected(copy, mem, content, "Kit") == 1 && selected(copy, mem, content, "Tempo") == 1;
+        if (set != one) std::abort();
+    }
+    if (set) {
         if (settings.getKitFromMem(mem, content) != 17) std::abort();
         if (settings.getTempoFromMem(mem, content) != 1230) std::abort();
     } else if (settings.getKitFromMem(mem, content) != kit ||

@@ -1,6 +1,8 @@
 #include "cli/ConvertCommand.h"
 
 #include "cli/CliAlerts.h"
+#include "cli/PatternReport.h"
+#include "cli/WriteNotes.h"
 #include "files/CFileDataMgr.h"
 #include "files/CPhraseFile.h"
 #include "model/CPatternMgr.h"
@@ -54,15 +56,16 @@ std::string reasonForNoPattern(const CliAlerts& alerts, int alertsBefore, int de
     return "its notes last less than one bar";
 }
 
-// One MIDI file as one more pattern; a file that makes none is reported with the reason.
-void convertOne(const std::string& path, CliAlerts& alerts, CommandIo io) {
+// One MIDI file as one more pattern; a file that makes none is reported with the reason and
+// gives false.
+bool convertOne(const std::string& path, CliAlerts& alerts, CommandIo io) {
     alerts.setSubject(path);
     // The desktop program gives a file whose header the reader refuses an empty pattern;
     // a batch conversion has no use for one.
     if (CPhraseFile().checkSmf(path) == 0) {
         io.err << "tavrel-cli: " << path << ": no pattern: not a Standard MIDI File of format 0 "
                << "or 1 with at least one track\n";
-        return;
+        return false;
     }
     const int alertsBefore = alerts.alertsShown();
     const int declinedBefore = alerts.questionsDeclined();
@@ -70,12 +73,14 @@ void convertOne(const std::string& path, CliAlerts& alerts, CommandIo io) {
         io.err << "tavrel-cli: " << path
                << ": no pattern: " << reasonForNoPattern(alerts, alertsBefore, declinedBefore)
                << '\n';
-        return;
+        return false;
     }
     const CPatternMgr& patterns = Context::current().patterns();
     const auto& made = *patterns.getCurPattarn();
-    io.out << "  " << patterns.getCurPattarnNum() + 1 << "  \"" << made.getName() << "\"  tempo "
-           << made.getTempo() << "  from " << path << '\n';
+    io.out << "  " << patterns.getCurPattarnNum() + 1 << "  \""
+           << PatternReport::printable(made.getName()) << "\"  tempo " << made.getTempo()
+           << "  from " << path << '\n';
+    return true;
 }
 
 }  // namespace
@@ -91,7 +96,8 @@ int ConvertCommand::run(const Args& args, CommandIo io) {
     Context context;
     auto& alerts =
         context.install<CliAlerts, Alerts>(std::make_unique<CliAlerts>(io.err, options->merge));
-    for (const std::string& path : options->inputs) convertOne(path, alerts, io);
+    std::size_t skipped = 0;
+    for (const std::string& path : options->inputs) skipped += convertOne(path, alerts, io) ? 0 : 1;
 
     const std::size_t count = context.patterns().getPtnData().size();
     const std::string& out = options->output;
@@ -105,10 +111,17 @@ int ConvertCommand::run(const Args& args, CommandIo io) {
         return kExitFailed;
     }
     if (!CFileDataMgr::exportData(out)) {
-        io.err << "tavrel-cli: cannot write " << out << '\n';
+        WriteNotes::failure(CFileDataMgr::lastWriteReport(), io.err);
         return kExitFailed;
     }
     io.out << out << ": " << count << (count == 1 ? " pattern" : " patterns") << '\n';
+    WriteNotes::success(CFileDataMgr::lastWriteReport(), io.err);
+    // The file holds what could be made, but a script must learn that something is missing.
+    if (skipped > 0) {
+        io.err << "tavrel-cli: " << skipped << " of " << options->inputs.size()
+               << " MIDI files made no pattern\n";
+        return kExitFailed;
+    }
     return kExitOk;
 }
 

@@ -5,6 +5,8 @@
 #include "model/CPatternMgr.h"
 
 #include <ostream>
+#include <string>
+#include <string_view>
 
 namespace tavrel::cli {
 
@@ -17,6 +19,9 @@ public:
     static void writeJson(JsonWriter& json, const CPatternMgr::PatternList& patterns);
     // Patterns numbered from 1, as the unit shows them, with every variation's window.
     static void printText(const CPatternMgr::PatternList& patterns, std::ostream& out);
+    // A name as it may go to a terminal: control bytes (escape sequences included), C1 control
+    // characters and bytes that are not UTF-8 as \xNN, and the backslash doubled.
+    static std::string printable(std::string_view name);
 };
 
 }  // namespace tavrel::cli

@@ -1,11 +1,12 @@
 #include "cli/UnitCommand.h"
 
+#include "cli/ApplyAllCommand.h"
 #include "cli/InterruptWatch.h"
 #include "cli/UnitOptions.h"
 #include "cli/UnitReport.h"
 #include "cli/UnitSession.h"
+#include "cli/WriteNotes.h"
 #include "device/CConnectionMgr.h"
-#include "files/AtomicFileWriter.h"
 #include "files/CFileDataMgr.h"
 #include "model/CPatternMgr.h"
 #include "model/Context.h"
@@ -69,10 +70,11 @@ int pull(UnitSession& session, const UnitOptions& options, CommandIo io) {
         return kExitFailed;
     }
     if (!CFileDataMgr::exportData(options.file)) {
-        io.err << "tavrel-cli: cannot write " << out << '\n';
+        WriteNotes::failure(CFileDataMgr::lastWriteReport(), io.err);
         return kExitFailed;
     }
     io.out << out << ": " << patternsWord(count) << " from the " << session.modelName() << '\n';
+    WriteNotes::success(CFileDataMgr::lastWriteReport(), io.err);
     return kExitOk;
 }
 
@@ -87,16 +89,18 @@ int push(UnitSession& session, const UnitOptions& options, CommandIo io) {
     }
     const bool stored = session.store();
     const bool released = session.release();
+    if (!stored) WriteNotes::afterStore(session.alerts(), io.err);
     if (!stored || !released) return kExitFailed;
     io.out << in << ": " << patternsWord(patternCount()) << " written to the "
-           << session.modelName() << "'s RHYTHM.QL0; the file it replaced is kept in "
-           << AtomicFileWriter::backupFolder().string() << '\n';
+           << session.modelName() << "'s RHYTHM.QL0\n";
+    WriteNotes::success(CFileDataMgr::lastWriteReport(), io.err);
     return kExitOk;
 }
 
 }  // namespace
 
 int UnitCommand::run(const Args& args, CommandIo io) {
+    if (!args.empty() && args.front() == "apply-all") return ApplyAllCommand::run(args, io);
     const auto options = UnitOptions::parse(args, io.err);
     if (!options) {
         io.err << "; usage: tavrel-cli " << usage() << '\n';

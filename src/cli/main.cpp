@@ -1,4 +1,5 @@
 // tavrel-cli: the pattern tools and the unit without the desktop program.
+#include "cli/BackupsCommand.h"
 #include "cli/Command.h"
 #include "cli/ConvertCommand.h"
 #include "cli/ListCommand.h"
@@ -32,6 +33,8 @@ constexpr Entry kCommands[] = {
      "show kit and tempo of the user patterns in the unit's 50 memories"},
     {"unit", &tavrel::cli::UnitCommand::run, &tavrel::cli::UnitCommand::usage,
      "talk to the unit: its state, load its kits and patterns, pull or push its pattern file"},
+    {"backups", &tavrel::cli::BackupsCommand::run, &tavrel::cli::BackupsCommand::usage,
+     "show the kept copies of replaced files, newest first; `unit push COPY` restores one"},
     {"preview", &tavrel::cli::PreviewCommand::run, &tavrel::cli::PreviewCommand::usage,
      "play a variation of a MIDI file through a MIDI output, until its time is up or Ctrl-C"},
 };

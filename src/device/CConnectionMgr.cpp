@@ -430,6 +430,10 @@ std::optional<fs::path> CConnectionMgr::getFileURL(const std::string& name) {
     return mVolume.dataFile(name);
 }
 
+std::string CConnectionMgr::unitModelName() {
+    return kModelNames[getConnectedModel() ? kModelQL414XE3 : kModelQL900];
+}
+
 std::optional<std::vector<std::uint8_t>> CConnectionMgr::getFileData(const std::string& name) {
     return mVolume.readDataFile(name);
 }

@@ -98,6 +98,8 @@ public:
     bool isDataFileExist(const std::string& name) override;
     std::optional<std::filesystem::path> getFileURL(const std::string& name) override;
     std::optional<std::vector<std::uint8_t>> getFileData(const std::string& name) override;
+    // "QL-900" or "QL-414XE3", the model last recognised.
+    std::string unitModelName() override;
 
     // From the transport.
     void rxMidiData(const MidiPacket& packet) override;

@@ -1,7 +1,16 @@
-// Replaces a file whole: the old file is first copied to the user's backup folder, the new
-// bytes go to a temporary file beside the target, which is flushed, synced and renamed over
-// it, and the folder is synced. A failure at any step leaves the old file as it was.
+// Replaces a file whole without ever losing the old one. The new bytes go to a temporary file
+// beside the target, which is synced; only then is the old file copied to its backup (see
+// BackupStore), the temporary renamed over the target and the folder synced. A backup is a
+// safety net, never a reason to refuse: when none can be kept, the write goes ahead and the
+// report says why. When there is no room beside the target for the temporary copy, the old file
+// is overwritten in place, but only once its backup has been read back equal.
+//
+// A failed write leaves the old file and the backup history as they were. A symbolic link is
+// followed: the file it points to is replaced, the link stays. Temporaries that an earlier
+// write left when its process died are removed before the next write into their folder.
 #pragma once
+
+#include "files/WriteReport.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -12,20 +21,21 @@ namespace tavrel {
 
 class AtomicFileWriter {
 public:
-    struct Result {
-        bool ok = false;
-        std::string error;             // what failed, for the log; empty on success
-        std::filesystem::path backup;  // the copy of the replaced file, if there was one
+    // `unitModel` names the unit the target belongs to ("QL-900"), whose backups are kept
+    // under its name; empty for any other file.
+    static WriteReport write(const std::filesystem::path& target,
+                             std::span<const std::uint8_t> bytes,
+                             const std::string& unitModel = {});
+
+    // Faults a test can make the writer meet, on any file system. Negative: none.
+    struct Faults {
+        long long failAfterBytes = -1;  // the temporary copy fails with EIO after this many bytes
+        long long roomBeside = -1;      // the target's device has room for this many new bytes
+        long long roomForBackup = -1;   // the backup's device has room for this many bytes
+        bool folderSyncFails = false;   // the target's folder cannot be synced after the rename
     };
-
-    static Result write(const std::filesystem::path& target, std::span<const std::uint8_t> bytes);
-
-    // $XDG_DATA_HOME/tavrel/backups, or ~/.local/share/tavrel/backups.
-    static std::filesystem::path backupFolder();
-    // Backups kept per file name; older ones are removed after a new one is made.
-    static constexpr int kBackupsKept = 20;
-
-    // Test hook: a write fails after this many bytes of the temporary file (negative: never).
+    static void setFaultsForTesting(const Faults& faults);
+    // Shorthand for a temporary copy that fails after `bytes` bytes (negative: never).
     static void failAfterBytesForTesting(long long bytes);
 };
 

@@ -13,6 +13,7 @@
 #include "model/Log.h"
 
 #include <fstream>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -45,10 +46,22 @@ std::vector<std::uint8_t> readHead(const fs::path& path) {
     return bytes;
 }
 
-bool writeWhole(const fs::path& target, std::span<const std::uint8_t> image) {
-    const AtomicFileWriter::Result r = AtomicFileWriter::write(target, image);
-    if (!r.ok) Log::line("files", "cannot write " + target.string() + ": " + r.error);
-    return r.ok;
+// Saves run on the main thread or an apply worker while the user interface may ask.
+std::mutex gReportMutex;
+WriteReport gLastReport;
+
+bool remember(WriteReport report) {
+    if (!report.ok)
+        Log::line("files", "cannot write " + report.target.string() + ": " + report.error);
+    const bool ok = report.ok;
+    const std::lock_guard lock(gReportMutex);
+    gLastReport = std::move(report);
+    return ok;
+}
+
+bool writeWhole(const fs::path& target, std::span<const std::uint8_t> image,
+                const std::string& unitModel = {}) {
+    return remember(AtomicFileWriter::write(target, image, unitModel));
 }
 
 // Continuation bytes that belong to the UTF-8 sequence led by `lead`, starting at s[i].
@@ -122,9 +135,16 @@ bool CFileDataMgr::saveData() {
     if (image.empty()) return true;
     UnitStorage* unit = storage();
     const auto url = unit != nullptr ? unit->getFileURL(kDataFile) : std::nullopt;
-    if (!url || !writeWhole(*url, image)) return false;
+    if (!url)
+        return remember(WriteReport::failed(kDataFile + 1, "the unit's storage is not known"));
+    if (!writeWhole(*url, image, unit->unitModelName())) return false;
     CEditNotify::clr();
     return true;
+}
+
+WriteReport CFileDataMgr::lastWriteReport() {
+    const std::lock_guard lock(gReportMutex);
+    return gLastReport;
 }
 
 bool CFileDataMgr::IsVolumeExist() {

@@ -4,6 +4,8 @@
 // are the callers' business, except for the two questions a MIDI load asks.
 #pragma once
 
+#include "files/WriteReport.h"
+
 #include <filesystem>
 
 namespace tavrel {
@@ -28,6 +30,10 @@ public:
     // Appends a pattern whose ten variations all hold the notes of the MIDI file at `path`,
     // named after the file. False when no pattern was added.
     static bool loadSmf(const std::filesystem::path& path);
+
+    // What the last saveData or exportData that wrote a file did (the backup kept or why
+    // none, the reason of a failure), for the caller to tell the user. Any thread.
+    static WriteReport lastWriteReport();
 };
 
 }  // namespace tavrel

@@ -1,6 +1,7 @@
 #include "files/CXMLFile.h"
 
 #include "files/AtomicFileWriter.h"
+#include "files/SettingsIndex.h"
 #include "files/UnitStorage.h"
 #include "model/Context.h"
 #include "model/Log.h"
@@ -8,7 +9,6 @@
 #include <pugixml.hpp>
 
 #include <climits>
-#include <cstdio>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -82,12 +82,6 @@ pugi::xml_node onlyMatch(const pugi::xml_document& doc, const std::string& xpath
     return found.size() == 1 ? found.first().node() : pugi::xml_node();
 }
 
-std::string contentPath(long long mem, long long content, const char* field) {
-    char path[96];
-    std::snprintf(path, sizeof path, "//mem[@id='%lld']/CONTENT%03lld/%s", mem, content, field);
-    return path;
-}
-
 struct SettingsCopy {
     std::int32_t generation = -1;
     std::unique_ptr<pugi::xml_document> doc;
@@ -104,10 +98,12 @@ SettingsCopy readCopy(UnitStorage& storage, const std::string& name) {
         static_cast<std::int32_t>(std::uint32_t{g[0]} | std::uint32_t{g[1]} << 8 |
                                   std::uint32_t{g[2]} << 16 | std::uint32_t{g[3]} << 24);
     auto doc = std::make_unique<pugi::xml_document>();
-    // Declaration, comments, processing instructions and doctype are kept so that a save
-    // gives the unit back what it wrote, with only kit and tempo changed.
+    // Declaration, comments, processing instructions, doctype and text that is only blanks
+    // (<Name>   </Name>) are kept so that a save gives the unit back what it wrote, with only
+    // kit and tempo changed. Blanks beside other nodes are layout, which a save rewrites.
     const pugi::xml_parse_result parsed =
-        doc->load_buffer(bytes->data(), textSize, pugi::parse_full, pugi::encoding_utf8);
+        doc->load_buffer(bytes->data(), textSize, pugi::parse_full | pugi::parse_ws_pcdata_single,
+                         pugi::encoding_utf8);
     if (parsed) {
         copy.doc = std::move(doc);
     } else {
@@ -170,13 +166,15 @@ std::string unitLayout(const pugi::xml_document& doc) {
     return replaceAll(text, R"( standalone="yes"?)", "?");
 }
 
-bool writeCopy(const std::string& name, std::string_view text, std::int32_t generation) {
+WriteReport writeCopy(const std::string& name, std::string_view text, std::int32_t generation) {
     UnitStorage* storage = unitStorage();
     const std::optional<std::filesystem::path> target =
         storage != nullptr ? storage->getFileURL(name) : std::nullopt;
     if (!target) {
-        logLine(name.substr(1) + ": the unit's data folder is not known");
-        return false;
+        WriteReport unknown =
+            WriteReport::failed(name.substr(1), "the unit's data folder is not known");
+        logLine(name.substr(1) + ": " + unknown.error);
+        return unknown;
     }
     std::vector<std::uint8_t> bytes(text.begin(), text.end());
     bytes.push_back('\n');
@@ -184,9 +182,9 @@ bool writeCopy(const std::string& name, std::string_view text, std::int32_t gene
     for (int shift = 0; shift < 32; shift += 8) {
         bytes.push_back(static_cast<std::uint8_t>(g >> shift));
     }
-    const AtomicFileWriter::Result written = AtomicFileWriter::write(*target, bytes);
+    WriteReport written = AtomicFileWriter::write(*target, bytes, storage->unitModelName());
     if (!written.ok) logLine(name.substr(1) + ": " + written.error);
-    return written.ok;
+    return written;
 }
 
 }  // namespace
@@ -208,11 +206,13 @@ void CXMLFile::getSystemParam() {
 
 void CXMLFile::getMemoryParam() {
     xmlDocMem = chooseCopy("/MEMORY1.QL0", "/MEMORY2.QL0");
+    mIndex = std::make_unique<SettingsIndex>();
+    if (xmlDocMem) mIndex->build(*xmlDocMem);
 }
 
 int CXMLFile::getTempoFromMem(int mem, int content) const {
     if (!xmlDocMem) return -1;
-    const pugi::xml_node tempo = onlyMatch(*xmlDocMem, contentPath(mem, content, "Tempo"));
+    const pugi::xml_node tempo = mIndex->find(mem, content, SettingsIndex::kTempo);
     if (!tempo) return -1;
     const int value = decimalValue(textOf(tempo));
     logLine("Tempo " + std::to_string(value));
@@ -221,7 +221,7 @@ int CXMLFile::getTempoFromMem(int mem, int content) const {
 
 int CXMLFile::getKitFromMem(int mem, int content) const {
     if (!xmlDocMem) return -1;
-    const pugi::xml_node kit = onlyMatch(*xmlDocMem, contentPath(mem, content, "Kit"));
+    const pugi::xml_node kit = mIndex->find(mem, content, SettingsIndex::kKit);
     if (!kit) return -1;
     const int value = decimalValue(textOf(kit));
     logLine("Kit " + std::to_string(value));
@@ -231,9 +231,9 @@ int CXMLFile::getKitFromMem(int mem, int content) const {
 bool CXMLFile::setKitAndTempoFromMem(int mem, int patternNum, int kit, int tempo) {
     if (!xmlDocMem) return false;
     const long long content = kFirstUserContent + patternNum;
-    const pugi::xml_node kitNode = onlyMatch(*xmlDocMem, contentPath(mem, content, "Kit"));
+    const pugi::xml_node kitNode = mIndex->find(mem, content, SettingsIndex::kKit);
     if (!kitNode) return false;
-    const pugi::xml_node tempoNode = onlyMatch(*xmlDocMem, contentPath(mem, content, "Tempo"));
+    const pugi::xml_node tempoNode = mIndex->find(mem, content, SettingsIndex::kTempo);
     if (!tempoNode) return false;
     setTextOf(kitNode, std::to_string(kit));
     setTextOf(tempoNode, std::to_string(10LL * tempo));
@@ -241,10 +241,13 @@ bool CXMLFile::setKitAndTempoFromMem(int mem, int patternNum, int kit, int tempo
 }
 
 bool CXMLFile::saveFile() {
+    mSaveReports.clear();
     if (!xmlDocMem) return false;
     const std::string text = unitLayout(*xmlDocMem);
-    if (!writeCopy("/MEMORY1.QL0", text, 0)) return false;
-    return writeCopy("/MEMORY2.QL0", text, 1);
+    mSaveReports.push_back(writeCopy("/MEMORY1.QL0", text, 0));
+    if (!mSaveReports.back().ok) return false;
+    mSaveReports.push_back(writeCopy("/MEMORY2.QL0", text, 1));
+    return mSaveReports.back().ok;
 }
 
 }  // namespace tavrel

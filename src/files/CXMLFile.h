@@ -4,14 +4,19 @@
 // the newer usable copy and writes the memory file back as both copies.
 #pragma once
 
+#include "files/WriteReport.h"
+
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace pugi {
 class xml_document;
 }
 
 namespace tavrel {
+
+class SettingsIndex;
 
 class CXMLFile {
 public:
@@ -41,12 +46,18 @@ public:
     bool setKitAndTempoFromMem(int mem, int patternNum, int kit, int tempo);
 
     // Writes the document as MEMORY1.QL0 (generation 0), then, only if that worked, as
-    // MEMORY2.QL0 (generation 1), so that the unit takes the second copy next time.
+    // MEMORY2.QL0 (generation 1), so that the unit takes the second copy next time. Every
+    // element, attribute, comment and text of the file read stays, whitespace-only text
+    // included; only the values set and the layout change.
     bool saveFile();
+    // What the last saveFile's writes did, one report per copy it tried.
+    const std::vector<WriteReport>& saveReports() const { return mSaveReports; }
 
 private:
     std::int32_t mCurMemNum = -1;
     std::unique_ptr<pugi::xml_document> xmlDocMem;
+    std::unique_ptr<SettingsIndex> mIndex;  // of xmlDocMem
+    std::vector<WriteReport> mSaveReports;
 };
 
 }  // namespace tavrel

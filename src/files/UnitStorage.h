@@ -21,6 +21,9 @@ public:
     virtual std::optional<std::filesystem::path> getFileURL(const std::string& name) = 0;
     // The whole contents of the file `name`; nothing when there is no volume or it is unreadable.
     virtual std::optional<std::vector<std::uint8_t>> getFileData(const std::string& name) = 0;
+    // The model of the unit whose data folder this is ("QL-900"), under which the backups of
+    // its files are kept; empty for a plain folder, whose backups go by the folder.
+    virtual std::string unitModelName() { return {}; }
 };
 
 }  // namespace tavrel

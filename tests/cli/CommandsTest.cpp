@@ -1,8 +1,11 @@
+#include "cli/BackupsCommand.h"
 #include "cli/ConvertCommand.h"
 #include "cli/JsonWriter.h"
 #include "cli/ListCommand.h"
 #include "cli/MemoryCommand.h"
 #include "cli/SmfCommand.h"
+#include "cli/UnitCommand.h"
+#include "files/AtomicFileWriter.h"
 #include "files/SettingsCopy.h"
 #include "files/SmfBuilder.h"
 #include "model/Context.h"
@@ -10,8 +13,10 @@
 #include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
+#include <pugixml.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -155,6 +160,17 @@ TEST_F(CommandTest, MidiFilesComeBackThroughConvertAndList) {
     EXPECT_TRUE(out.str().starts_with("2 patterns\n  1  \"a-very-long-\"  kit 0  tempo 200  4/4\n"))
         << out.str();
 
+    // A name with an escape sequence, a C1 control, a lone UTF-8 byte and a backslash reaches
+    // the terminal escaped; a whole UTF-8 letter does not.
+    Bytes patterns = test::readBytes(outFile());
+    const std::string raw = "\x1b[2J\xc2\x9b\xe9\\\xc3\xa9.";
+    std::copy(raw.begin(), raw.end(), patterns.begin() + 12);
+    ASSERT_EQ(run(&ListCommand::run, {file("odd.QL0", patterns)}), kExitOk);
+    EXPECT_NE(out.str().find(R"("\x1b[2J\xc2\x9b\xe9\\)"
+                             "\xc3\xa9.-\""),
+              std::string::npos)
+        << out.str();
+
     EXPECT_EQ(run(&ListCommand::run, {first}), kExitFailed);
     EXPECT_TRUE(errSays("not a pattern file")) << err.str();
     EXPECT_EQ(out.str(), "");
@@ -166,9 +182,11 @@ TEST_F(CommandTest, ConvertSkipsFilesThatMakeNoPatternAndSaysWhy) {
     const auto multi = file("multi.mid", groove(1, 0, 1));
     const auto blip = file("blip.mid", smfFile(0, 96, {TrackBuilder().noteOn(0, 36, 9).chunk()}));
     const auto missing = (dir / "missing.mid").string();
+    // The patterns that could be made are written; the exit status tells a script of the rest.
     ASSERT_EQ(run(&ConvertCommand::run,
                   {junk, good, multi, blip, missing, "--no-merge", "-o", outFile()}),
-              kExitOk);
+              kExitFailed);
+    EXPECT_TRUE(errSays("4 of 5 MIDI files made no pattern")) << err.str();
     EXPECT_TRUE(errSays("junk.mid: no pattern: not a Standard MIDI File")) << err.str();
     EXPECT_TRUE(errSays("multi.mid: no pattern: its tracks were not merged")) << err.str();
     EXPECT_TRUE(errSays("blip.mid: no pattern: its notes last less than one bar")) << err.str();
@@ -180,6 +198,37 @@ TEST_F(CommandTest, ConvertSkipsFilesThatMakeNoPatternAndSaysWhy) {
     EXPECT_EQ(run(&ConvertCommand::run, {junk, missing, "-o", outFile()}), kExitFailed);
     EXPECT_TRUE(errSays("no pattern made")) << err.str();
     EXPECT_FALSE(fs::exists(outFile()));
+
+    // Why a write failed is said without -v, in one line.
+    EXPECT_EQ(run(&ConvertCommand::run, {good, "-o", good + "/OUT.QL0"}), kExitFailed);
+    EXPECT_TRUE(errSays("cannot write " + good + "/OUT.QL0: cannot create a temporary file in " +
+                        good + ": Not a directory\n"))
+        << err.str();
+}
+
+TEST_F(CommandTest, BackupsListsTheCopiesOfEachTargetNewestFirst) {
+    const auto good = file("good.mid", groove(1));
+    Args args = {"-o", outFile()};
+    for (int i = 0; i < 3; ++i) {
+        args.push_back(good);  // one pattern more each time
+        ASSERT_EQ(run(&ConvertCommand::run, args), kExitOk);
+    }
+    EXPECT_TRUE(errSays("the OUT.QL0 it replaced is kept at " + dir.backups().string()))
+        << err.str();
+    test::writeBytes(dir / "notes.txt", {'a'});
+    ASSERT_TRUE(AtomicFileWriter::write(dir / "notes.txt", Bytes{'b'}).ok);
+
+    ASSERT_EQ(run(&BackupsCommand::run, {"--json"}), kExitOk);
+    const std::string json = out.str();
+    EXPECT_EQ(occurrences(json, "\"origin\":\"" + dir.path().string() + "\""), 2u) << json;
+    EXPECT_EQ(occurrences(json, "\"size\":1,\"patterns\":null}"), 1u) << json;
+    const auto newer = json.find("\"size\":2009212,\"patterns\":2}");
+    const auto older = json.find("\"size\":2009212,\"patterns\":1}");
+    EXPECT_TRUE(newer != std::string::npos && older != std::string::npos && newer < older) << json;
+
+    ASSERT_EQ(run(&BackupsCommand::run, {}), kExitOk);
+    EXPECT_TRUE(out.str().starts_with((dir / "OUT.QL0").string() + "\n  ")) << out.str();
+    EXPECT_EQ(run(&BackupsCommand::run, {"--all"}), kExitUsage);
 }
 
 TEST_F(CommandTest, ConvertWritesFiftyPatternsAtMost) {
@@ -244,6 +293,70 @@ TEST_F(CommandTest, MemoryWithoutAReadableMemoryFileExitsOneWithOneLine) {
     EXPECT_EQ(out.str(), "{\"current\":7,\"memories\":[]}\n");
     EXPECT_TRUE(errSays("readable memory file")) << err.str();
     EXPECT_EQ(occurrences(err.str(), "\n"), 1u);
+}
+
+// Every node of a settings text, one line each: depth, type, name, attributes in their order and
+// value. Blanks beside other nodes are layout; blank-only text is content.
+std::vector<std::string> treeOf(const std::string& xml) {
+    pugi::xml_document doc;
+    EXPECT_TRUE(doc.load_string(xml.c_str(), pugi::parse_full | pugi::parse_ws_pcdata_single));
+    std::vector<std::string> lines;
+    const std::function<void(pugi::xml_node, int)> walk = [&](pugi::xml_node n, int depth) {
+        std::string line = std::to_string(depth) + ' ' + std::to_string(n.type()) + ' ' + n.name();
+        for (pugi::xml_attribute a : n.attributes())
+            line += ' ' + std::string(a.name()) + '=' + a.value();
+        lines.push_back(line + " [" + n.value() + ']');
+        for (pugi::xml_node child : n.children()) walk(child, depth + 1);
+    };
+    walk(doc, 0);
+    return lines;
+}
+
+TEST_F(CommandTest, ApplyAllChangesOnlyKitTempoAndGenerationOfTheMemoryFile) {
+    const auto fast = file("fast.mid", groove(1, 300000));  // 200 BPM
+    const auto mid = file("mid.mid", groove(1, 500000));    // 120 BPM
+    ASSERT_EQ(run(&ConvertCommand::run, {fast, mid, "-o", outFile()}), kExitOk) << err.str();
+    const std::string storage = (dir / "unit").string();
+    const Args applyAll = {"apply-all",  "--from",        outFile(),
+                           "--simulate", "--sim-storage", storage};
+    ASSERT_EQ(run(&UnitCommand::run, applyAll), kExitOk) << err.str();  // seeds the storage
+
+    const std::string before =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
+        "<!-- written by hand -->\n"
+        "<memory version=\"2\">\n"
+        "  <mem name=\"First\" id=\"0\">\n"
+        "    <Name>   </Name>\n"
+        "    <?tool keep?>\n"
+        "    <CONTENT350><!-- kick --><Tempo>900</Tempo><Kit>3</Kit><Pan side=\"L\" lv=\"5\"/>"
+        "</CONTENT350>\n"
+        "    <CONTENT351><Kit>4</Kit><Tempo>1000</Tempo><Memo><![CDATA[a < b]]></Memo>"
+        "</CONTENT351>\n"
+        "  </mem>\n"
+        "  <mem id=\"1\"><CONTENT350><Kit>1</Kit><Tempo>1</Tempo></CONTENT350><T>\n</T></mem>\n"
+        "</memory>";
+    const fs::path data = dir / "unit" / "VANTIK" / "DATA";
+    test::writeBytes(data / "MEMORY1.QL0", test::settingsCopy(before, 9));
+    ASSERT_EQ(run(&UnitCommand::run, applyAll), kExitOk) << err.str();
+    EXPECT_TRUE(errSays("Now Working... (0%)\n") && errSays("Now Working... (100%)\n"));
+    EXPECT_NE(out.str().find("set 3 times in 50 memories; 97 left out"), std::string::npos)
+        << out.str();
+
+    std::string expected = before;
+    const auto change = [&](const std::string& from, const std::string& to) {
+        expected.replace(expected.find(from), from.size(), to);
+    };
+    change(" standalone=\"yes\"", "");
+    change("<Tempo>900</Tempo><Kit>3</Kit>", "<Tempo>2000</Tempo><Kit>0</Kit>");
+    change("<Kit>4</Kit><Tempo>1000</Tempo>", "<Kit>0</Kit><Tempo>1200</Tempo>");
+    change("<Kit>1</Kit><Tempo>1</Tempo>", "<Kit>0</Kit><Tempo>2000</Tempo>");
+    for (const auto& [name, generation] : {std::pair{"MEMORY1.QL0", 0}, {"MEMORY2.QL0", 1}}) {
+        const Bytes saved = test::readBytes(data / name);
+        ASSERT_GT(saved.size(), 5u);
+        EXPECT_EQ(Bytes(saved.end() - 5, saved.end()),
+                  Bytes({'\n', std::uint8_t(generation), 0, 0, 0}));
+        EXPECT_EQ(treeOf(std::string(saved.begin(), saved.end() - 5)), treeOf(expected)) << name;
+    }
 }
 
 TEST(JsonWriter, EscapesAndSeparates) {

@@ -142,7 +142,9 @@ TEST_F(UnitCommandTest, PushedPatternsComeBackByteForByteAndTheReplacedFileIsBac
     ASSERT_EQ(unit({"push", in}), kExitOk) << err.str();
     EXPECT_EQ(test::readBytes(unitFile()), test::readBytes(in));
     std::vector<fs::path> backups;
-    for (const auto& entry : fs::directory_iterator(dir.backups())) backups.push_back(entry);
+    for (const auto& entry : fs::directory_iterator(dir.backups() / "QL-900" / "RHYTHM.QL0")) {
+        backups.push_back(entry);
+    }
     ASSERT_EQ(backups.size(), 1u);
     EXPECT_EQ(test::readBytes(backups[0]), seeded) << backups[0];
 

@@ -162,13 +162,15 @@ TEST_F(XMLFileTest, TheSetterChangesOneContentAndASaveKeepsEverythingElse) {
 }
 
 TEST_F(XMLFileTest, SaveWritesTheUnitsLayoutAndGenerationsZeroAndOne) {
-    // standalone="yes" is dropped from the declaration, other attributes stay.
-    putXml("MEMORY2.QL0",
-           "<?xml version='1.0' encoding='UTF-8' standalone='yes'?><!-- kept -->"
-           "<memory><mem id=\"3\"><Name/><CONTENT350><Kit>7</Kit><Tempo>1200</Tempo>"
-           "<Pad><Layer><Sample>kick &amp; snare</Sample></Layer></Pad></CONTENT350></mem>"
-           "</memory>",
-           41);
+    // standalone="yes" is dropped from the declaration, other attributes stay; text that is
+    // only blanks is text, not layout.
+    putXml(
+        "MEMORY2.QL0",
+        "<?xml version='1.0' encoding='UTF-8' standalone='yes'?><!-- kept -->"
+        "<memory><mem id=\"3\"><Name/><Label>   </Label><CONTENT350><Kit>7</Kit><Tempo>1200</Tempo>"
+        "<Pad><Layer><Sample>kick &amp; snare</Sample></Layer></Pad></CONTENT350></mem>"
+        "</memory>",
+        41);
     CXMLFile settings;
     ASSERT_TRUE(settings.saveFile());
     const std::string expected =
@@ -177,6 +179,7 @@ TEST_F(XMLFileTest, SaveWritesTheUnitsLayoutAndGenerationsZeroAndOne) {
         "<memory>\n"
         "<mem id=\"3\">\n"
         "<Name></Name>\n"
+        "<Label>   </Label>\n"
         "<CONTENT350>\n"
         "\t<Kit>7</Kit>\n"
         "\t<Tempo>1200</Tempo>\n"
