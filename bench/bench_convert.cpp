@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "files/CFileDataMgr.h"
-#include "files/CPhraseFile.h"
+#include "smf/CPhraseFile.h"
 #include "model/Context.h"
 
 namespace {

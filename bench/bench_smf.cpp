@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "files/CPhraseFile.h"
+#include "smf/CPhraseFile.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 // CFileDataMgr: the unit's pattern file, backups of it, and MIDI files loaded as new patterns.
 #include "files/AtomicFileWriter.h"
 #include "files/CFileDataMgr.h"
-#include "files/CPhraseFile.h"
 #include "files/FolderStorage.h"
 #include "model/CEditNotify.h"
 #include "model/CPatternMgr.h"
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
+#include "smf/CPhraseFile.h"
 #include "support/NotificationRecorder.h"
 #include "support/ScratchFolder.h"
 #include "support/ScriptedAlerts.h"
@@ -394,7 +394,7 @@ TEST_F(LoadSmfTest, FilesThatMakeNoPattern) {
     test::NotificationRecorder seen;
     EXPECT_FALSE(CFileDataMgr::loadSmf(dir / "missing.mid"));
     ASSERT_EQ(alerts->shown.size(), 1u);
-    EXPECT_EQ(alertText(0), "Load MIDI File.|Format error.|");
+    EXPECT_EQ(alertText(0), "Load MIDI File.|The file cannot be read: No such file or directory.|");
     EXPECT_EQ(seen.total(), 0);
 
     // Less than a bar: the pattern goes again, without a word.

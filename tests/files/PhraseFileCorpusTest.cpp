@@ -1,5 +1,5 @@
 // MIDI files written elsewhere (the corpus beside the checkout) and the project's examples.
-#include "files/CPhraseFile.h"
+#include "smf/CPhraseFile.h"
 
 #include <gtest/gtest.h>
 

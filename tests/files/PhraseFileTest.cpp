@@ -1,4 +1,4 @@
-#include "files/CPhraseFile.h"
+#include "smf/CPhraseFile.h"
 
 #include <gtest/gtest.h>
 
