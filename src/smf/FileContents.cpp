@@ -32,7 +32,10 @@ std::string unreadable(int error) {
 }
 
 std::string tooLarge(std::size_t maxBytes) {
-    return "is larger than " + std::to_string(maxBytes >> 20) + " MiB, the most a MIDI file may be";
+    constexpr std::size_t kMiB = std::size_t{1} << 20;
+    const std::string cap = maxBytes % kMiB == 0 ? std::to_string(maxBytes / kMiB) + " MiB"
+                                                 : std::to_string(maxBytes) + " bytes";
+    return "is larger than " + cap + ", the most a MIDI file may be";
 }
 
 }  // namespace
