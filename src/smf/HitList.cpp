@@ -6,19 +6,6 @@ namespace tavrel::smf {
 
 namespace {
 
-constexpr std::size_t kMaxNotes = limits::kMaxNotes;
-// A long track is merged in parts so that memory stays bounded whatever the file's size.
-constexpr std::size_t kMergeEvery = 4 * kMaxNotes;
-
-// Signed fields become unsigned ones that order the same way: time in the top 32 bits, then
-// note and velocity, each a data byte read as signed (-128..127).
-std::uint64_t keyOf(std::int32_t time, std::int32_t note, std::int32_t velocity) {
-    const std::uint64_t t = static_cast<std::uint32_t>(time) ^ 0x8000'0000u;
-    const std::uint64_t n = static_cast<std::uint8_t>(note + 128);
-    const std::uint64_t v = static_cast<std::uint8_t>(velocity + 128);
-    return (t << 16) | (n << 8) | v;
-}
-
 std::int32_t timeOf(std::uint64_t key) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(key >> 16) ^ 0x8000'0000u);
 }
@@ -31,77 +18,88 @@ std::int32_t addWrapping(std::int32_t a, std::int32_t b) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 
-// A track's hits come in time order unless its running time wrapped; only hits of one time
-// need ordering then, and those runs are short.
-void putInOrder(std::vector<std::uint64_t>& hits) {
-    auto run = hits.begin();
-    while (run != hits.end()) {
-        const std::uint64_t time = *run >> 16;
-        auto next = run + 1;
-        while (next != hits.end() && (*next >> 16) == time) ++next;
-        if (next != hits.end() && (*next >> 16) < time) {
-            std::sort(hits.begin(), hits.end());
+using Iter = std::vector<std::uint64_t>::iterator;
+
+// A track's hits come in time order unless its running time wrapped, so only hits of one
+// time need ordering, and those runs are short: an insertion sort does it in one pass. A time
+// that goes back sends the whole track to a full sort.
+void putInOrder(Iter first, Iter last) {
+    if (first == last) return;
+    for (Iter i = first + 1; i != last; ++i) {
+        const std::uint64_t hit = *i;
+        if (!(hit < *(i - 1))) continue;
+        if ((*(i - 1) >> 16) != (hit >> 16)) {
+            std::sort(first, last);
             return;
         }
-        if (next - run > 1) std::sort(run, next);
-        run = next;
+        Iter j = i;
+        do {
+            *j = *(j - 1);
+            --j;
+        } while (j != first && hit < *(j - 1));
+        *j = hit;
     }
 }
 
 }  // namespace
 
-void HitList::add(std::int32_t time, std::int32_t note, std::int32_t velocity) {
-    ++mSeen;
-    const std::uint64_t key = keyOf(time, note, velocity);
-    if (key >= mBound) return;
-    mTrack.push_back(key);
-    if (mTrack.size() >= kMergeEvery) mergeTrack();
-}
-
-void HitList::addEnd(std::int32_t time) {
-    mSawEnd = true;
-    mLatestEnd = std::max(mLatestEnd, time);
-}
-
 void HitList::endTrack() {
-    if (!mTrack.empty()) mergeTrack();
+    if (mOpen == mHits.size()) return;
+    putInOrder(mHits.begin() + static_cast<std::ptrdiff_t>(mOpen), mHits.end());
+    if (mOpen != 0) mRuns.push_back(mOpen);
+    mOpen = mHits.size();
 }
 
-void HitList::mergeTrack() {
-    putInOrder(mTrack);
-    if (mKept.empty()) {
-        mKept.swap(mTrack);
-    } else {
-        mScratch.resize(mKept.size() + mTrack.size());
-        std::merge(mKept.begin(), mKept.end(), mTrack.begin(), mTrack.end(), mScratch.begin());
-        mKept.swap(mScratch);
+void HitList::collapse() {
+    endTrack();
+    // Neighbouring runs merge pairwise, level by level, until one is left.
+    while (!mRuns.empty()) {
+        mScratch.resize(mHits.size());
+        std::vector<std::size_t> merged;
+        std::size_t begin = 0;
+        for (std::size_t i = 0; i < mRuns.size(); i += 2) {
+            const std::size_t middle = mRuns[i];
+            const std::size_t end = i + 1 < mRuns.size() ? mRuns[i + 1] : mHits.size();
+            std::merge(mHits.begin() + static_cast<std::ptrdiff_t>(begin),
+                       mHits.begin() + static_cast<std::ptrdiff_t>(middle),
+                       mHits.begin() + static_cast<std::ptrdiff_t>(middle),
+                       mHits.begin() + static_cast<std::ptrdiff_t>(end),
+                       mScratch.begin() + static_cast<std::ptrdiff_t>(begin));
+            if (begin != 0) merged.push_back(begin);
+            begin = end;
+        }
+        std::copy(mHits.begin() + static_cast<std::ptrdiff_t>(begin), mHits.end(),
+                  mScratch.begin() + static_cast<std::ptrdiff_t>(begin));
+        if (begin != mHits.size() && begin != 0) merged.push_back(begin);
+        mHits.swap(mScratch);
+        mRuns.swap(merged);
     }
-    mTrack.clear();
-    if (mKept.size() >= kMaxNotes) {
-        mKept.resize(kMaxNotes);
-        mBound = mKept.back();
+    if (mHits.size() >= limits::kMaxNotes) {
+        mHits.resize(limits::kMaxNotes);
+        mBound = mHits.back();
     }
+    mOpen = mHits.size();
 }
 
 StepRecords HitList::toRecords() {
-    endTrack();
+    collapse();
     // The phrase ends at the latest End of Track; a phrase cut at 9,999 notes ends on its last
     // note whatever End of Track said, and one with no end at all a step after its last note.
     std::int32_t endTime = mSawEnd ? mLatestEnd : -1;
-    if (mSeen >= kMaxNotes) endTime = timeOf(mKept.back());
-    if (endTime == -1) endTime = mKept.empty() ? 0 : addWrapping(timeOf(mKept.back()), 10);
+    if (mSeen >= limits::kMaxNotes) endTime = timeOf(mHits.back());
+    if (endTime == -1) endTime = mHits.empty() ? 0 : addWrapping(timeOf(mHits.back()), 10);
 
     // q is the previous record's time cut down to the grid, so the deltas always add up to
     // t / 10 and quantising never drifts. A gap of 655,360 ticks or more wraps the 16 bits;
     // an end before the last note gives a "negative" delta, wrapped the same way.
-    StepRecords records(mKept.size() + 1);
+    StepRecords records(mHits.size() + 1);
     std::int64_t q = 0;
-    auto put = [&q](StepRecord& r, std::int64_t t, std::uint8_t note, std::uint8_t velocity) {
-        r = {static_cast<std::uint16_t>((t - q) / 10), note, velocity};
+    const auto put = [&q](StepRecord& r, std::int64_t t, std::uint8_t note, std::uint8_t velo) {
+        r = {static_cast<std::uint16_t>((t - q) / 10), note, velo};
         q = (t / 10) * 10;
     };
-    for (std::size_t i = 0; i < mKept.size(); ++i) {
-        put(records[i], timeOf(mKept[i]), byteOf(mKept[i], 8), byteOf(mKept[i], 0));
+    for (std::size_t i = 0; i < mHits.size(); ++i) {
+        put(records[i], timeOf(mHits[i]), byteOf(mHits[i], 8), byteOf(mHits[i], 0));
     }
     put(records.back(), endTime, 0, 0);
     return records;

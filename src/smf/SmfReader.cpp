@@ -85,31 +85,53 @@ bool takesTwoDataBytes(std::int32_t status) {
     return status == 0x80 || status == 0x90 || status == 0xA0 || status == 0xB0 || status == 0xE0;
 }
 
-// One pass over the tracks of one file; its fields are the running state of the current
-// message, reset where a track starts.
+// One pass over the tracks of one file.
 class TrackReader {
 public:
     TrackReader(Bytes data, float tpqnCoef, HitList& hits)
-        : mData(data), mCoef(tpqnCoef), mHits(hits) {}
+        : mData(data), mCoef(tpqnCoef), mHits(hits) {
+        // A whole scale (960 over a division that divides it) multiplies small deltas exactly
+        // in float, so whole numbers give the same ticks without the float arithmetic.
+        if (tpqnCoef >= 1.0f && tpqnCoef <= 960.0f && tpqnCoef == std::floor(tpqnCoef)) {
+            mWholeCoef = static_cast<std::uint32_t>(tpqnCoef);
+            mExactBelow = (std::uint32_t{1} << 24) / mWholeCoef;
+        }
+    }
 
     // Offset just past the chunk, 0 when the bytes at `index` are not "MTrk".
     std::size_t parseTrk(std::size_t index);
     std::int32_t tempo() const { return mTempo; }
 
 private:
-    std::size_t parseMidi(std::size_t index);
+    // The running state of a track's messages, reset where each track starts.
+    struct Message {
+        // High nibble of the running status, 0 before the track's first status byte.
+        std::int32_t status = 0;
+        // Channel of the current message when a channel filter is in force, else -1.
+        std::int32_t channel = -1;
+        // The channel filter: -1, every channel, is the only value it is ever given.
+        std::int32_t importCh = -1;
+        std::int32_t data1 = 0;
+        std::int32_t data2 = 0;
+    };
+
+    std::size_t parseMidi(std::size_t index, Message& m) const;
     std::size_t parseMeta(std::size_t index);
+
+    // File ticks to 960 per quarter: each delta scaled in single precision and truncated by
+    // itself. A delta is a signed 32-bit count like the running time: one of 2^31 or more
+    // (only possible with a glued-on 0xF7) counts backwards.
+    std::int32_t scale(std::uint32_t delta) const {
+        if (delta < mExactBelow) return static_cast<std::int32_t>(delta * mWholeCoef);
+        return truncToInt32(static_cast<float>(static_cast<std::int32_t>(delta)) * mCoef);
+    }
 
     Bytes mData;
     float mCoef;
+    std::uint32_t mWholeCoef = 0;
+    std::uint32_t mExactBelow = 0;
     HitList& mHits;
     std::int32_t mTempo = 0;
-    std::int32_t mStatus = 0;
-    std::int32_t mChannel = -1;
-    // The channel filter; "every channel" is its only value.
-    std::int32_t mImportCh = -1;
-    std::int32_t mData1 = 0;
-    std::int32_t mData2 = 0;
 };
 
 std::size_t TrackReader::parseTrk(std::size_t index) {
@@ -121,39 +143,40 @@ std::size_t TrackReader::parseTrk(std::size_t index) {
     // later track fail the test above.
     if (size - index < 8) return size;
     const auto length = static_cast<std::int32_t>(be32(&mData[index + 4]));
-    mStatus = 0;
-    mImportCh = -1;
+    Message m;
     std::size_t pos = index + 8;
     if (length <= 0) return pos;
 
     // Events are trusted to end at the chunk's end: one that runs past it moves the start of
     // the next chunk along with it.
     const std::size_t end = pos + static_cast<std::size_t>(length);
+    const std::uint8_t* bytes = mData.data();
     std::int32_t time = 0;
     while (pos < end) {
         std::uint32_t delta = 0;
-        if (!readVlq(mData, pos, delta)) return size;
-        // Each delta is scaled and truncated by itself, so a division that does not divide
-        // 960 loses a little on every event; the loss accumulates along the track. The delta
-        // is a signed 32-bit count like the running time: one of 2^31 or more (only possible
-        // with a glued-on 0xF7) counts backwards.
-        const float scaled = static_cast<float>(static_cast<std::int32_t>(delta)) * mCoef;
-        time = addWrapping(time, truncToInt32(scaled));
+        if (pos < size && bytes[pos] < 0x80) {
+            delta = bytes[pos++];
+        } else if (!readVlq(mData, pos, delta)) {
+            return size;
+        }
+        // A division that does not divide 960 loses a little on every event; the loss
+        // accumulates along the track.
+        time = addWrapping(time, scale(delta));
         if (pos >= size) return size;
 
-        if (mData[pos] != 0xFF) {
-            pos = parseMidi(pos);
+        if (bytes[pos] != 0xFF) {
+            pos = parseMidi(pos, m);
             if (pos == kRanOut) return size;
             // Runs after a system-exclusive event too: it leaves the fields as they were, so
             // one that follows a kept note-on repeats that note at its own time.
-            if (mStatus == 0x90 && mData2 != 0 && mChannel == mImportCh) {
-                if (mData1 == 0) {
+            if (m.status == 0x90 && m.data2 != 0 && m.channel == m.importCh) {
+                if (m.data1 == 0) {
                     mHits.addEnd(time);
                 } else {
-                    mHits.add(time, mData1, mData2);
+                    mHits.add(time, m.data1, m.data2);
                 }
             }
-        } else if (size - pos >= 3 && mData[pos + 1] == 0x2F && mData[pos + 2] == 0x00) {
+        } else if (size - pos >= 3 && bytes[pos + 1] == 0x2F && bytes[pos + 2] == 0x00) {
             // End of Track does not end the loop; only the chunk length does.
             mHits.addEnd(time);
             pos += 3;
@@ -165,43 +188,44 @@ std::size_t TrackReader::parseTrk(std::size_t index) {
     return pos;
 }
 
-std::size_t TrackReader::parseMidi(std::size_t index) {
+std::size_t TrackReader::parseMidi(std::size_t index, Message& m) const {
     const std::size_t left = mData.size() - index;
-    const std::uint8_t b = mData[index];
+    const std::uint8_t* bytes = mData.data() + index;
+    const std::uint8_t b = bytes[0];
 
     if (b == 0xF0) {
         // The declared length is not read. The scan stops on the 0xF7 and returns its offset,
         // so that byte becomes the first of the next delta time and adds 0x77 * 128 to it.
         if (left < 2) return kRanOut;
-        const void* f7 = std::memchr(mData.data() + index + 1, 0xF7, left - 1);
+        const void* f7 = std::memchr(bytes + 1, 0xF7, left - 1);
         if (f7 == nullptr) return kRanOut;
         return static_cast<std::size_t>(static_cast<const std::uint8_t*>(f7) - mData.data());
     }
 
     if (b & 0x80) {
-        mStatus = b & 0xF0;
-        mChannel = mImportCh != -1 ? (b & 0x0F) : -1;
-        if (takesTwoDataBytes(mStatus)) {
+        m.status = b & 0xF0;
+        m.channel = m.importCh != -1 ? (b & 0x0F) : -1;
+        if (takesTwoDataBytes(m.status)) {
             if (left < 3) return kRanOut;
-            mData1 = signedByte(mData[index + 1]);
-            mData2 = signedByte(mData[index + 2]);
+            m.data1 = signedByte(bytes[1]);
+            m.data2 = signedByte(bytes[2]);
             return index + 3;
         }
         if (left < 2) return kRanOut;
-        mData1 = signedByte(mData[index + 1]);
-        mData2 = 0;
+        m.data1 = signedByte(bytes[1]);
+        m.data2 = 0;
         return index + 2;
     }
 
-    // Running status. Before a track's first status byte mStatus is 0, a one-byte group.
-    if (takesTwoDataBytes(mStatus)) {
+    // Running status. Before a track's first status byte the status is 0, a one-byte group.
+    if (takesTwoDataBytes(m.status)) {
         if (left < 2) return kRanOut;
-        mData1 = signedByte(b);
-        mData2 = signedByte(mData[index + 1]);
+        m.data1 = signedByte(b);
+        m.data2 = signedByte(bytes[1]);
         return index + 2;
     }
-    mData1 = signedByte(b);
-    mData2 = 0;
+    m.data1 = signedByte(b);
+    m.data2 = 0;
     return index + 1;
 }
 
@@ -254,6 +278,8 @@ SmfResult readSmf(Bytes data) {
     result.tpqnCoef = header.tpqnCoef;
 
     HitList hits;
+    // A kept note-on costs at least three bytes and usually has a note-off beside it.
+    hits.reserve(data.size() / 8);
     TrackReader reader(data, header.tpqnCoef, hits);
     // The header's own length is not used to find the first chunk: tracks follow at byte 14.
     std::size_t pos = kHeaderSize;
