@@ -140,6 +140,11 @@ TEST(PhraseFileTempo, SetTempoIsRoundedHalfAwayFromZeroAndClamped) {
         EXPECT_EQ(load(single(96, TrackBuilder().tempo(0, micros))).tempo, bpm) << micros;
     }
     EXPECT_EQ(load(single(96, TrackBuilder().noteOn(0, 36, 100))).tempo, 0);
+    // A reader keeps the tempo of its earlier file when the next one has none.
+    CPhraseFile used;
+    ASSERT_TRUE(used.loadSmfBytes(single(96, TrackBuilder().tempo(0, 300000))));
+    ASSERT_TRUE(used.loadSmfBytes(single(96, TrackBuilder().noteOn(0, 36, 100))));
+    EXPECT_EQ(used.getTemp(), 200);
 
     // The last one in file order wins, whatever its time.
     EXPECT_EQ(load(smfFile(1, 96,
