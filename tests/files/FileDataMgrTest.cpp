@@ -7,6 +7,7 @@
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
+#include "model/Log.h"
 #include "model/NotificationCenter.h"
 #include "model/PatternChange.h"
 #include "support/NotificationRecorder.h"
@@ -152,16 +153,31 @@ TEST_F(FileDataMgrTest, AFileHoldsFiftyPatternsAtMost) {
     ASSERT_EQ(patternCount(), 50u);
     EXPECT_EQ(pattern(49).getName(), "P49         ");
 
-    // The header alone says how many slots are in use, and more than 50 is not believed.
+    // The header alone says how many slots are in use; more than 50 is not believed, and
+    // said so once.
     const std::vector<std::pair<std::uint32_t, std::size_t>> counts = {
         {0, 0}, {kSlotSize - 1, 0}, {3 * kSlotSize + 7, 3}, {51 * kSlotSize, 50}, {0xFFFFFFFF, 50}};
+    std::vector<std::string> logged;
+    Log::setSink([&](std::string_view, std::string_view text) { logged.emplace_back(text); });
     for (const auto& [used, expected] : counts) {
         writeBytes(unitFile(), patternFile(used));
         ASSERT_TRUE(CFileDataMgr::loadData()) << used;
         EXPECT_EQ(patternCount(), expected) << used;
         EXPECT_TRUE(patterns().getActive()) << used;
         EXPECT_EQ(patterns().getCurPattarn() == nullptr, expected == 0) << used;
+        std::string warning;
+        ASSERT_TRUE(CFileDataMgr::importData(unitFile(), &warning));
+        EXPECT_EQ(warning.empty(), used < 51 * kSlotSize) << used;
     }
+    Log::setSink({});
+    const auto claims = [](std::size_t n) {
+        return "pattern file: the header claims " + std::to_string(n) +
+               " patterns, but a pattern file holds 50; reading 50";
+    };
+    EXPECT_EQ(logged,
+              (std::vector<std::string>{claims(51), claims(51), claims(0xFFFFFFFF / kSlotSize),
+                                        claims(0xFFFFFFFF / kSlotSize)}))
+        << "one line for each read of the unit's file and of the import";
 }
 
 TEST_F(FileDataMgrTest, RecordsAreCutToTenThousandWrittenAndToWhatEachReaderTakes) {
