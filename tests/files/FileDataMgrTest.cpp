@@ -152,6 +152,17 @@ TEST_F(FileDataMgrTest, AFileHoldsFiftyPatternsAtMost) {
     ASSERT_TRUE(CFileDataMgr::importData(dir / "sixty.QL0"));
     ASSERT_EQ(patternCount(), 50u);
     EXPECT_EQ(pattern(49).getName(), "P49         ");
+    // A write clears only the first quarter of the slots: past it, a smaller collection leaves
+    // what the last read or write put there, from a new context's collection too.
+    CPatternMgr::IndexSet last40;
+    for (int row = 10; row < 50; ++row) last40.insert(row);
+    patterns().removePatternData(last40);
+    ASSERT_TRUE(CFileDataMgr::exportData(dir / "fewer.QL0"));
+    EXPECT_EQ(std::string(f.begin() + slotAt(49), f.begin() + slotAt(50)), [&] {
+        const Bytes g = readBytes(dir / "fewer.QL0");
+        return std::string(g.begin() + slotAt(49), g.begin() + slotAt(50));
+    }());
+    EXPECT_EQ(le(readBytes(dir / "fewer.QL0"), slotAt(12), 4), 0u) << "first quarter cleared";
 
     // The header alone says how many slots are in use; more than 50 is not believed, and
     // said so once.
