@@ -1,13 +1,15 @@
 // CFileDataMgr: the unit's pattern file, backups of it, and MIDI files loaded as new patterns.
 #include "files/AtomicFileWriter.h"
 #include "files/CFileDataMgr.h"
-#include "files/CPhraseFile.h"
 #include "files/FolderStorage.h"
 #include "model/CEditNotify.h"
 #include "model/CPatternMgr.h"
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
+#include "model/Log.h"
+#include "model/NotificationCenter.h"
+#include "model/PatternChange.h"
 #include "support/NotificationRecorder.h"
 #include "support/ScratchFolder.h"
 #include "support/ScriptedAlerts.h"
@@ -16,7 +18,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <iterator>
+#include <thread>
 
 #include "SmfBuilder.h"
 
@@ -148,17 +152,43 @@ TEST_F(FileDataMgrTest, AFileHoldsFiftyPatternsAtMost) {
     ASSERT_TRUE(CFileDataMgr::importData(dir / "sixty.QL0"));
     ASSERT_EQ(patternCount(), 50u);
     EXPECT_EQ(pattern(49).getName(), "P49         ");
+    // A write clears only the first quarter of the slots: past it, a smaller collection leaves
+    // what the last read or write put there, from a new context's collection too.
+    CPatternMgr::IndexSet last40;
+    for (int row = 10; row < 50; ++row) last40.insert(row);
+    patterns().removePatternData(last40);
+    ASSERT_TRUE(CFileDataMgr::exportData(dir / "fewer.QL0"));
+    EXPECT_EQ(std::string(f.begin() + slotAt(49), f.begin() + slotAt(50)), [&] {
+        const Bytes g = readBytes(dir / "fewer.QL0");
+        return std::string(g.begin() + slotAt(49), g.begin() + slotAt(50));
+    }());
+    EXPECT_EQ(le(readBytes(dir / "fewer.QL0"), slotAt(12), 4), 0u) << "first quarter cleared";
 
-    // The header alone says how many slots are in use, and more than 50 is not believed.
+    // The header alone says how many slots are in use; more than 50 is not believed, and
+    // said so once.
     const std::vector<std::pair<std::uint32_t, std::size_t>> counts = {
         {0, 0}, {kSlotSize - 1, 0}, {3 * kSlotSize + 7, 3}, {51 * kSlotSize, 50}, {0xFFFFFFFF, 50}};
+    std::vector<std::string> logged;
+    Log::setSink([&](std::string_view, std::string_view text) { logged.emplace_back(text); });
     for (const auto& [used, expected] : counts) {
         writeBytes(unitFile(), patternFile(used));
         ASSERT_TRUE(CFileDataMgr::loadData()) << used;
         EXPECT_EQ(patternCount(), expected) << used;
         EXPECT_TRUE(patterns().getActive()) << used;
         EXPECT_EQ(patterns().getCurPattarn() == nullptr, expected == 0) << used;
+        std::string warning;
+        ASSERT_TRUE(CFileDataMgr::importData(unitFile(), &warning));
+        EXPECT_EQ(warning.empty(), used < 51 * kSlotSize) << used;
     }
+    Log::setSink({});
+    const auto claims = [](std::size_t n) {
+        return "pattern file: the header claims " + std::to_string(n) +
+               " patterns, but a pattern file holds 50; reading 50";
+    };
+    EXPECT_EQ(logged,
+              (std::vector<std::string>{claims(51), claims(51), claims(0xFFFFFFFF / kSlotSize),
+                                        claims(0xFFFFFFFF / kSlotSize)}))
+        << "one line for each read of the unit's file and of the import";
 }
 
 TEST_F(FileDataMgrTest, RecordsAreCutToTenThousandWrittenAndToWhatEachReaderTakes) {
@@ -235,6 +265,100 @@ TEST_F(FileDataMgrTest, BarsAreRecountedInFourFourAndTheUnitPlaysThreeFillsAsOne
     for (int v : {2, 4, 6, 8}) EXPECT_EQ(pattern(0).getPhraseAtVariation(v)->getBars(), 4) << v;
 }
 
+// Works in `folder` while it lives.
+class WorkingDirectory {
+public:
+    explicit WorkingDirectory(const fs::path& folder) : mBefore(fs::current_path()) {
+        fs::current_path(folder);
+    }
+    ~WorkingDirectory() { fs::current_path(mBefore); }
+    WorkingDirectory(const WorkingDirectory&) = delete;
+    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
+
+private:
+    fs::path mBefore;
+};
+
+Bytes groove(std::uint32_t micros, std::uint8_t velocity = 100);
+
+// Variations read from a pattern file are named "USER", which is no file: a MIDI file of that
+// name in the working directory must not reach them, however the pattern file is read.
+TEST_F(FileDataMgrTest, PatternsReadFromAFileIgnoreAMidiFileNamedUser) {
+    addPattern("ROCK", quarters(51));
+    ASSERT_TRUE(CFileDataMgr::saveData());
+    const fs::path backup = writeBytes(dir / "a.QL0", readBytes(unitFile()));
+    writeBytes(dir / "USER", groove(300000));
+    const WorkingDirectory inDir(dir.path());
+    const std::vector<std::pair<std::string, std::function<bool()>>> reads = {
+        {"import", [&] { return CFileDataMgr::importData(backup); }},
+        {"unit", [] { return CFileDataMgr::loadData(); }},
+        {"bytes", [&] { return CFileDataMgr::loadDataFrom(readBytes(backup)); }},
+    };
+    for (const auto& [how, read] : reads) {
+        ASSERT_TRUE(read()) << how;
+        for (int v = 0; v < kVariationCount; ++v) {
+            CPhraseData& phrase = *pattern(0).getPhraseAtVariation(v);
+            EXPECT_EQ(notesOf(phrase), quarters(51)) << how << " " << v;
+            EXPECT_EQ(phrase.getFileName(), "USER");
+        }
+        EXPECT_EQ(pattern(0).getTempo(), 120) << how;
+        // The reader the variation holds loaded nothing, and a later name re-applies that.
+        CPhraseData& intro = *pattern(0).getPhraseAtVariation(0);
+        intro.setFileName("USER");
+        EXPECT_EQ(intro.getSeqDataCount(), 0) << how;
+        EXPECT_EQ(intro.getTempo(), 0) << how;
+    }
+}
+
+// A save takes its snapshot on the calling thread; the worker that writes it never looks at
+// the model, which goes on changing meanwhile.
+TEST_F(FileDataMgrTest, ASnapshotIsWrittenOnAnotherThreadAsItWasTaken) {
+    addPattern("BEFORE", quarters(8));
+    const PatternSnapshot taken = CFileDataMgr::snapshot();
+    auto& edited = *patterns().getPtnData()[0];
+    edited.setName("AFTER");
+    std::thread worker([taken] { EXPECT_TRUE(CFileDataMgr::saveSnapshot(taken)); });
+    for (int i = 0; i < 200; ++i) edited.setTempo(40 + i);
+    worker.join();
+    EXPECT_TRUE(CEditNotify::isEdited()) << "only saveData clears the mark";
+    ASSERT_TRUE(CFileDataMgr::loadData());
+    EXPECT_EQ(pattern(0).getName(), "BEFORE      ");
+    EXPECT_EQ(pattern(0).getTempo(), 120);
+    EXPECT_TRUE(CFileDataMgr::saveSnapshot(PatternSnapshot()));
+}
+
+// A whole file read, and a MIDI load, each post one change for the collection, after it is
+// active, whatever the number of patterns and variations they set.
+TEST_F(FileDataMgrTest, AFileReadPostsOnceWhenTheCollectionIsActive) {
+    for (int i = 0; i < 50; ++i) addPattern("P" + std::to_string(i), quarters(16));
+    ASSERT_TRUE(CFileDataMgr::exportData(dir / "full.QL0"));
+    CEditNotify::clr();
+    test::NotificationRecorder seen;
+    std::vector<std::pair<bool, PatternChange>> posts;
+    const auto token =
+        ctx.notifications().addObserver(NOTIFY_PATTERN_PARM_CHANGED, [&](const Notification& n) {
+            ASSERT_NE(n.change, nullptr);
+            posts.emplace_back(patterns().getActive(), *n.change);
+        });
+
+    ASSERT_TRUE(CFileDataMgr::importData(dir / "full.QL0"));
+    ASSERT_EQ(patternCount(), 50u);
+    EXPECT_EQ(seen.count(NOTIFY_PATTERN_PARM_CHANGED), 1);
+    EXPECT_EQ(seen.count(NOTIFY_PARAM_CHANGED_MARK), 1);
+    EXPECT_EQ(seen.total(), 2);
+    ASSERT_EQ(posts.size(), 1u);
+    EXPECT_TRUE(posts[0].first) << "posted while the collection read as inactive";
+    EXPECT_EQ(posts[0].second.kind, PatternChange::Kind::Reset);
+
+    seen.clear();
+    posts.clear();
+    ASSERT_TRUE(CFileDataMgr::loadSmf(writeBytes(dir / "g.mid", groove(500000))));
+    EXPECT_EQ(seen.total(), 1);
+    ASSERT_EQ(posts.size(), 1u);
+    EXPECT_EQ(posts[0].second.kind, PatternChange::Kind::Inserted);
+    EXPECT_EQ(posts[0].second.pattern, 50);
+}
+
 // (from, bars) of every variation.
 std::vector<std::pair<int, int>> windows(const CPtnDataMgr& p) {
     std::vector<std::pair<int, int>> w;
@@ -304,7 +428,7 @@ TrackBuilder kicks(std::uint8_t velocity = 100) {
 }
 
 // The kicks in one track, after a Set Tempo unless `micros` is 0.
-Bytes groove(std::uint32_t micros, std::uint8_t velocity = 100) {
+Bytes groove(std::uint32_t micros, std::uint8_t velocity) {
     TrackBuilder t;
     if (micros != 0) t.tempo(0, micros);
     t.raw(kicks(velocity).body()).endOfTrack(96);
@@ -398,7 +522,7 @@ TEST_F(LoadSmfTest, FilesThatMakeNoPattern) {
     test::NotificationRecorder seen;
     EXPECT_FALSE(CFileDataMgr::loadSmf(dir / "missing.mid"));
     ASSERT_EQ(alerts->shown.size(), 1u);
-    EXPECT_EQ(alertText(0), "Load MIDI File.|Format error.|");
+    EXPECT_EQ(alertText(0), "Load MIDI File.|The file cannot be read: No such file or directory.|");
     EXPECT_EQ(seen.total(), 0);
 
     // Less than a bar: the pattern goes again, without a word.
@@ -414,32 +538,6 @@ TEST_F(LoadSmfTest, FilesThatMakeNoPattern) {
     EXPECT_EQ(last()->getName(), "song        ");
     EXPECT_EQ(last()->getPhraseAtVariation(0)->getSeqData(), nullptr);
     EXPECT_EQ(alerts->shown.size(), 1u);
-}
-
-// The ten readers of one load share one parse; what they get must not differ from a parse of
-// their own.
-TEST_F(LoadSmfTest, ReadersSharingAParseGetWhatTheirOwnParseWouldGive) {
-    // Rewritten in place at once, same size: the time stamp may well not change.
-    const fs::path path = midi("edited.mid", groove(500000));
-    ASSERT_TRUE(CFileDataMgr::loadSmf(path));
-    midi("edited.mid", groove(500000, 127));
-    ASSERT_TRUE(CFileDataMgr::loadSmf(path));
-    for (int v = 0; v < kVariationCount; ++v) {
-        EXPECT_EQ((*last()->getPhraseAtVariation(v)->getSeqData())[0].velocity, 127) << v;
-    }
-
-    // A reader keeps the tempo of an earlier file when the next one has none.
-    const fs::path plain = midi("plain.mid", groove(0));
-    CPhraseFile used;
-    ASSERT_TRUE(used.loadSmf(midi("fast.mid", groove(300000))));
-    CPhraseFile fresh;
-    ASSERT_TRUE(fresh.loadSmf(plain));
-    ASSERT_TRUE(used.loadSmf(plain));
-    EXPECT_EQ(fresh.getTemp(), 0);
-    EXPECT_EQ(used.getTemp(), 200);
-    ASSERT_EQ(used.getSeqDataCount(), fresh.getSeqDataCount());
-    EXPECT_TRUE(std::equal(used.getSeqData(), used.getSeqData() + used.getSeqDataCount(),
-                           fresh.getSeqData()));
 }
 
 }  // namespace

@@ -1,8 +1,13 @@
-#include "files/CPhraseFile.h"
+#include "smf/CPhraseFile.h"
+#include "smf/FileContents.h"
+#include "smf/SmfReader.h"
+#include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
+#include <random>
 #include <set>
 #include <string>
 #include <tuple>
@@ -13,6 +18,7 @@
 namespace tavrel {
 namespace {
 
+namespace fs = std::filesystem;
 using test::Bytes;
 using test::chunk;
 using test::operator+;
@@ -135,6 +141,11 @@ TEST(PhraseFileTempo, SetTempoIsRoundedHalfAwayFromZeroAndClamped) {
         EXPECT_EQ(load(single(96, TrackBuilder().tempo(0, micros))).tempo, bpm) << micros;
     }
     EXPECT_EQ(load(single(96, TrackBuilder().noteOn(0, 36, 100))).tempo, 0);
+    // A reader keeps the tempo of its earlier file when the next one has none.
+    CPhraseFile used;
+    ASSERT_TRUE(used.loadSmfBytes(single(96, TrackBuilder().tempo(0, 300000))));
+    ASSERT_TRUE(used.loadSmfBytes(single(96, TrackBuilder().noteOn(0, 36, 100))));
+    EXPECT_EQ(used.getTemp(), 200);
 
     // The last one in file order wins, whatever its time.
     EXPECT_EQ(load(smfFile(1, 96,
@@ -299,6 +310,39 @@ TEST(PhraseFileTracks, AtMostNineThousandNineHundredNinetyNineNotesAreKept) {
     EXPECT_EQ(pairs[9998], rec(0, 79, 93));
 }
 
+// Long tracks are merged and cut in parts while they are read; the result must be the first
+// 9,999 notes of all tracks sorted together.
+TEST(PhraseFileTracks, LongTracksGiveTheFirstNotesOfAllTracksSortedTogether) {
+    std::mt19937 random(7);
+    std::vector<std::tuple<int, int, int>> all;  // step, note, velocity
+    std::vector<Bytes> chunks;
+    for (const int count : {50000, 7000, 7000}) {
+        Bytes events;
+        int step = 0;
+        for (int i = 0; i < count; ++i) {
+            const int gap = static_cast<int>(random() % 3);  // 0: with the note before
+            const int note = 1 + static_cast<int>(random() % 127);
+            const int velocity = 1 + static_cast<int>(random() % 127);
+            events.insert(events.end(),
+                          {static_cast<std::uint8_t>(gap), 0x99, static_cast<std::uint8_t>(note),
+                           static_cast<std::uint8_t>(velocity)});
+            step += gap;
+            all.emplace_back(step, note, velocity);
+        }
+        chunks.push_back(track(events));
+    }
+    std::sort(all.begin(), all.end());
+    Records want;
+    int before = 0;
+    for (std::size_t i = 0; i < 9999; ++i) {
+        const auto [step, note, velocity] = all[i];
+        want.push_back(rec(step - before, note, velocity));
+        before = step;
+    }
+    want.push_back(rec(0, 0, 0));
+    EXPECT_EQ(loadRecords(smfFile(1, 96, {chunks[0], chunks[1], chunks[2]})), want);
+}
+
 TEST(PhraseFileTracks, ACutFileKeepsEverythingBeforeTheCut) {
     TrackBuilder first;
     first.tempo(0, 500000).event(0, {0xFF, 0x03, 0x04, 'K', 'i', 'c', 'k'}).noteOn(0, 36, 100);
@@ -329,6 +373,52 @@ TEST(PhraseFileTracks, ACutFileKeepsEverythingBeforeTheCut) {
         before = std::move(notes);
         tempoBefore = got.tempo;
     }
+}
+
+TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
+    test::ScratchFolder dir;
+    const Bytes groove = single(96, TrackBuilder().noteOn(0, 36, 100).endOfTrack(96));
+    const auto path = test::writeBytes(dir / "groove.mid", groove);
+    ASSERT_EQ(::mkfifo((dir / "pipe.mid").c_str(), 0600), 0);  // no writer: opening could block
+    fs::create_directory(dir / "folder.mid");
+    struct Read {
+        fs::path path;
+        std::size_t cap;
+        std::string error;
+    };
+    const std::vector<Read> cases = {
+        {path, groove.size(), ""},
+        {path, groove.size() - 1,
+         "is larger than " + std::to_string(groove.size() - 1) +
+             " bytes, the most a MIDI file may be"},
+        {path, smf::FileContents::kMaxMidiFileBytes, ""},
+        {dir / "pipe.mid", 1 << 20, "is not a regular file"},
+        {dir / "folder.mid", 1 << 20, "is not a regular file"},
+        {"/dev/zero", 1 << 20, "is not a regular file"},
+        {dir / "missing.mid", 1 << 20, "cannot be read: No such file or directory"},
+    };
+    for (const Read& c : cases) {
+        const auto file = smf::FileContents::read(c.path, c.cap);
+        EXPECT_EQ(file.error(), c.error) << c.path;
+        EXPECT_EQ(Bytes(file.bytes().begin(), file.bytes().end()),
+                  c.error.empty() ? groove : Bytes{})
+            << c.path;
+    }
+    CPhraseFile reader;
+    EXPECT_EQ(reader.checkSmf(dir / "pipe.mid"), -1);
+    EXPECT_EQ(reader.readError(), "is not a regular file");
+    EXPECT_TRUE(reader.loadSmf(path));
+    EXPECT_EQ(reader.readError(), "");
+}
+
+TEST(PhraseFileReading, TheReaderSaysWhereItStopped) {
+    const Bytes notes = TrackBuilder().noteOn(0, 36, 100).endOfTrack(96).chunk();
+    const Bytes file = smfHeader(1, 1, 96) + notes;
+    EXPECT_EQ(smf::readSmf(file).stoppedAt, file.size());
+    EXPECT_EQ(smf::readSmf(file + notes).stoppedAt, file.size()) << "a track beyond the count";
+    const Bytes cut(file.begin(), file.end() - 2);
+    EXPECT_EQ(smf::readSmf(cut).stoppedAt, cut.size());
+    EXPECT_EQ(smf::readSmf(Bytes(file.begin(), file.begin() + 13)).records, nullptr);
 }
 
 }  // namespace
