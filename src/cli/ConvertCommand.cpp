@@ -67,8 +67,9 @@ bool convertOne(const std::string& path, CliAlerts& alerts, CommandIo io) {
     const smf::FileContents file = smf::FileContents::read(path);
     if (!file.ok()) {
         io.err << "tavrel-cli: " << path << ": no pattern: " << file.error() << '\n';
-        return;
-    } else if (smf::readHeader(file.bytes()).tracks == 0) {
+        return false;
+    }
+    if (smf::readHeader(file.bytes()).tracks == 0) {
         io.err << "tavrel-cli: " << path << ": no pattern: not a Standard MIDI File of format 0 "
                << "or 1 with at least one track\n";
         return false;
