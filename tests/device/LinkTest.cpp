@@ -71,7 +71,7 @@ protected:
     void settle() {
         service.flush();
         if (midi) midi->waitIdle();
-        mainThread.runAll();
+        mainThread.drain();
     }
     void holdUnit() {
         ASSERT_FALSE(link->getOccupied());
@@ -101,7 +101,7 @@ protected:
     ManualTimeline timeline;
     test::LogCapture log{[this] { return elapsed(); }};
     std::unique_ptr<sim::SimulatedUnit> simulated;
-    test::MainThreadQueue mainThread;
+    CallerQueue mainThread;
     std::unique_ptr<MidiLib> midi;
     ThreadWaiter waiter{timeline, [this] {
                             service.flush();
