@@ -161,44 +161,55 @@ TEST(LinkRunner, AWatchEveryTenthOfASecondThroughASlowLoadLeavesItsOutcomeAsItWa
     EXPECT_TRUE(rig.run(Step::Unmount).ok);
 }
 
-// A step that fails without an alert of the link's says why in the system's words, so that
-// every front end shows the same; one that alerted leaves the reason empty.
-TEST(LinkRunner, AStepThatFailsQuietlyGivesTheLinksReason) {
+// The first step that fails ends the load at its own time and leaves the link as it left it;
+// one that fails without an alert of the link's says why in the system's words, so that every
+// front end shows the same.
+TEST(LinkRunner, AFailingStepEndsTheStepAtItsTimeWithItsAlertOrTheLinksReason) {
     const struct {
         const char* what;
         std::function<void(Rig&)> arrange;
         Step step;
+        std::chrono::milliseconds elapsed;
+        int sent;  // editor on, mount, kit request
         const char* reason;
         const char* alert;
+        int editorMode;  // as the failing step left it
     } cases[] = {
-        {"unplugged while mounting",
-         [](Rig& r) { r.unit->faults().unplugAtStep = sim::UnitStep::Mount; }, Step::LoadSequence,
-         "Unit not connected.", nullptr},
-        {"mounts no unit folder", [](Rig& r) { fs::remove_all(r.unit->storageRoot() / "VANTIK"); },
-         Step::LoadSequence, "Unit storage not found.", nullptr},
-        {"kit names outside editor mode", [](Rig&) {}, Step::KitNames, "Unit left editor mode.",
-         nullptr},
         {"held by another editor", [](Rig& r) { r.unit->faults().heldByOtherEditor = true; },
-         Step::Mount, "", "Unit already occupied."},
+         Step::LoadSequence, 0ms, 0, "", "Unit already occupied.", 0},
+        // Mounted, but no volume holds the unit's folder: looked for 4 s, then a second.
+        {"mounts no unit folder", [](Rig& r) { fs::remove_all(r.unit->storageRoot() / "VANTIK"); },
+         Step::LoadSequence, 5000ms, 2, "Unit storage not found.", nullptr, 1},
         {"a pattern file of three bytes",
          [](Rig& r) {
              test::writeBytes(r.unit->storageRoot() / "VANTIK/DATA/RHYTHM.QL0", {1, 2, 3});
          },
-         Step::Mount, "", "User pattern file format is wrong."},
+         Step::Mount, 5000ms, 3, "", "User pattern file format is wrong.", 1},
+        {"unplugged while mounting",
+         [](Rig& r) { r.unit->faults().unplugAtStep = sim::UnitStep::Mount; }, Step::LoadSequence,
+         0ms, 2, "Unit not connected.", nullptr, 0},
+        {"kit names outside editor mode", [](Rig&) {}, Step::KitNames, 0ms, 0,
+         "Unit left editor mode.", nullptr, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         Rig rig(true);
+        const auto& timeline = static_cast<ManualTimeline&>(*rig.timeline);
         c.arrange(rig);
         rig.run(Step::AskOccupied);
+        const int heard = rig.unit->messagesReceived();
+        const auto begin = timeline.elapsed();
 
         const Outcome outcome = rig.run(c.step);
 
         EXPECT_FALSE(outcome.ok);
         EXPECT_FALSE(outcome.cancelled);
+        EXPECT_EQ(timeline.elapsed() - begin, c.elapsed);
+        EXPECT_EQ(rig.unit->messagesReceived() - heard, c.sent);
         EXPECT_EQ(outcome.reason, c.reason);
         EXPECT_EQ(rig.alerts.texts(),
                   c.alert ? std::vector<std::string>{c.alert} : std::vector<std::string>{});
+        EXPECT_EQ(rig.link->getEditorMode(), c.editorMode);
         EXPECT_TRUE(rig.context.patterns().getPtnData().empty());
     }
 }
