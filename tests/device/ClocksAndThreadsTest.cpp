@@ -103,7 +103,7 @@ TEST(ThreadWaiter, OnTheManualClockWorkDueAtTheDeadlineCountsAndLaterWorkDoesNot
     EXPECT_EQ(timeline.elapsed(), 10000ms);
 }
 
-TEST(RealTimeline, RunsWorkOnItsTimerThreadNoEarlierThanDueAndAWaitSeesItAnnouncedOrNot) {
+TEST(RealTimeline, RunsWorkOnItsTimerThreadNoEarlierThanDueAndAWaitSeesItAnnouncedOrCancelled) {
     std::atomic<bool> ranLate{false};
     {
         RealTimeline timeline;
@@ -134,6 +134,11 @@ TEST(RealTimeline, RunsWorkOnItsTimerThreadNoEarlierThanDueAndAWaitSeesItAnnounc
         EXPECT_TRUE(waiter.waitFor(60s, [&] { return announced.load(); }));
         timeline.after(20ms, [&] { unannounced = true; });
         EXPECT_TRUE(waiter.waitFor(60s, [&] { return unannounced.load(); }));
+        timeline.after(20ms, [&] { waiter.cancel(); });
+        EXPECT_FALSE(waiter.waitFor(60s, [] { return false; })) << "a cancel ends the wait";
+        EXPECT_FALSE(waiter.waitFor(60s, [] { return false; })) << "and every later one";
+        waiter.rearm();
+        EXPECT_TRUE(waiter.waitFor(60s, [] { return true; }));
         EXPECT_LT(timeline.now() - start, 30s);
     }
     EXPECT_FALSE(ranLate.load()) << "work not yet due is dropped with the timeline";
