@@ -52,13 +52,14 @@ public:
     }
     void put(std::int32_t t, std::uint8_t note, std::uint8_t velocity) {
         const std::int32_t previous = mStep;
+        // The previous time cut down to the grid; a tenth of an int32 times ten fits one.
+        const std::int32_t grid = previous * 10;
         mStep = t / 10;
         // Both on the grid's positive side, the usual case: the difference of the steps is
         // the quotient.
         std::int64_t delta = mStep - previous;
-        if (previous < 0 || t < previous * 10) [[unlikely]] {
-            delta = (std::int64_t{t} - previous * 10) / 10;
-        }
+        if (grid < 0 || t < grid) [[unlikely]]
+            delta = (std::int64_t{t} - grid) / 10;
         *mOut++ = {static_cast<std::uint16_t>(delta), note, velocity};
     }
     std::uint64_t last() const { return mLast; }
