@@ -1,6 +1,10 @@
 #include "smf/HitList.h"
 
 #include <algorithm>
+#include <functional>
+#include <memory>
+#include <queue>
+#include <utility>
 
 namespace tavrel::smf {
 
@@ -18,104 +22,173 @@ std::int32_t addWrapping(std::int32_t a, std::int32_t b) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 
-using Iter = std::vector<std::uint64_t>::iterator;
-
-// A track's hits come in time order unless its running time wrapped, so only hits of one
-// time need ordering, and those runs are short: an insertion sort does it in one pass. A time
-// that goes back sends the whole track to a full sort.
-void putInOrder(Iter first, Iter last) {
-    if (first == last) return;
-    for (Iter i = first + 1; i != last; ++i) {
-        const std::uint64_t hit = *i;
-        if (!(hit < *(i - 1))) continue;
-        if ((*(i - 1) >> 16) != (hit >> 16)) {
-            std::sort(first, last);
-            return;
-        }
-        Iter j = i;
-        do {
-            *j = *(j - 1);
-            --j;
-        } while (j != first && hit < *(j - 1));
-        *j = hit;
-    }
-}
-
-// Tracks interleave note by note, which a branch cannot predict; the choice is made with
-// arithmetic instead.
-void mergeRuns(const std::uint64_t* a, const std::uint64_t* aEnd, const std::uint64_t* b,
-               const std::uint64_t* bEnd, std::uint64_t* out) {
-    while (a != aEnd && b != bEnd) {
+// The first `count` hits of two ordered runs, in order, handed to `put`, which is returned
+// with what it holds after them (a copy, so that its state stays in registers). Each run ends
+// in a sentinel above every hit, so neither needs an end test; `count` is at most the two
+// runs' hits together. Tracks interleave note by note, which a branch cannot predict; the
+// choice is made with arithmetic.
+template <class Put>
+Put mergeInto(const std::uint64_t* a, const std::uint64_t* b, std::size_t count, Put put) {
+    for (; count != 0; --count) {
         const bool takeB = *b < *a;
-        *out++ = takeB ? *b : *a;
+        put(takeB ? *b : *a);
         b += takeB ? 1 : 0;
         a += takeB ? 0 : 1;
     }
-    out = std::copy(a, aEnd, out);
-    std::copy(b, bEnd, out);
+    return put;
 }
+
+// Turns ordered hits into step records. The step is the previous record's time cut down to
+// the grid, so the deltas always add up to t / 10 and quantising never drifts. A gap of
+// 655,360 ticks or more wraps the 16 bits; an end before the last note gives a "negative"
+// delta, wrapped the same way.
+class RecordWriter {
+public:
+    explicit RecordWriter(StepRecord* out) : mOut(out) {}
+
+    void operator()(std::uint64_t key) {
+        mLast = key;
+        put(timeOf(key), byteOf(key, 8), byteOf(key, 0));
+    }
+    void put(std::int32_t t, std::uint8_t note, std::uint8_t velocity) {
+        const std::int32_t previous = mStep;
+        // The previous time cut down to the grid; a tenth of an int32 times ten fits one.
+        const std::int32_t grid = previous * 10;
+        mStep = t / 10;
+        // Both on the grid's positive side, the usual case: the difference of the steps is
+        // the quotient.
+        std::int64_t delta = mStep - previous;
+        if (grid < 0 || t < grid) [[unlikely]]
+            delta = (std::int64_t{t} - grid) / 10;
+        *mOut++ = {static_cast<std::uint16_t>(delta), note, velocity};
+    }
+    std::uint64_t last() const { return mLast; }
+
+private:
+    StepRecord* mOut;
+    std::int32_t mStep = 0;
+    std::uint64_t mLast = 0;
+};
 
 }  // namespace
 
+void HitList::addBelowLast(std::uint64_t key) {
+    mHits.push_back(key);
+    if (mDisordered) return;
+    if ((key >> 16) != (mLast >> 16)) {
+        mDisordered = true;
+        return;
+    }
+    // Only hits of the same time, all in this track, lie above it.
+    std::uint64_t* const first = mHits.data() + mOpen;
+    std::uint64_t* j = mHits.data() + mHits.size() - 1;
+    do {
+        *j = *(j - 1);
+        --j;
+    } while (j != first && key < *(j - 1));
+    *j = key;
+}
+
 void HitList::endTrack() {
+    // A track whose running time wrapped is sorted whole.
+    if (mDisordered) std::sort(mHits.begin() + static_cast<std::ptrdiff_t>(mOpen), mHits.end());
+    mDisordered = false;
+    mLast = 0;
     if (mOpen == mHits.size()) return;
-    putInOrder(mHits.begin() + static_cast<std::ptrdiff_t>(mOpen), mHits.end());
-    if (mOpen != 0) mRuns.push_back(mOpen);
+    mRuns.push_back(mOpen);
+    mHits.push_back(kSentinel);
     mOpen = mHits.size();
+}
+
+std::vector<HitList::Run> HitList::mergeToTwo() {
+    endTrack();
+    std::vector<Run> runs;
+    for (std::size_t i = 0; i < mRuns.size(); ++i) {
+        const std::size_t end = i + 1 < mRuns.size() ? mRuns[i + 1] - 1 : mHits.size() - 1;
+        runs.push_back({mHits.data() + mRuns[i], end - mRuns[i]});
+    }
+    if (runs.size() <= 2) return runs;
+
+    // The two smallest runs merge first, so a long track is copied once or twice instead of
+    // once per level of a balanced merge. Only the first 9,999 of a merge can ever be kept.
+    // The plan is made on the sizes alone, to size the scratch space once.
+    using Entry = std::pair<std::size_t, std::size_t>;  // size, index into runs
+    std::priority_queue<Entry, std::vector<Entry>, std::greater<>> smallest;
+    for (std::size_t i = 0; i < runs.size(); ++i) smallest.emplace(runs[i].size, i);
+    std::vector<std::pair<std::size_t, std::size_t>> plan;
+    std::size_t scratch = 0;
+    for (std::size_t next = runs.size(); smallest.size() > 2; ++next) {
+        const Entry a = smallest.top();
+        smallest.pop();
+        const Entry b = smallest.top();
+        smallest.pop();
+        const std::size_t size =
+            std::min(a.first + b.first, static_cast<std::size_t>(limits::kMaxNotes));
+        plan.emplace_back(a.second, b.second);
+        smallest.emplace(size, next);
+        scratch += size + 1;
+    }
+    if (mScratchSize < scratch) {
+        mScratch = std::make_unique_for_overwrite<std::uint64_t[]>(scratch);
+        mScratchSize = scratch;
+    }
+
+    std::uint64_t* out = mScratch.get();
+    const auto write = [&out](std::uint64_t key) { *out++ = key; };
+    for (const auto& [a, b] : plan) {
+        const std::size_t size =
+            std::min(runs[a].size + runs[b].size, static_cast<std::size_t>(limits::kMaxNotes));
+        runs.push_back({out, size});
+        mergeInto(runs[a].begin, runs[b].begin, size, write);
+        *out++ = kSentinel;
+    }
+    const Run last = runs[smallest.top().second];
+    smallest.pop();
+    return {runs[smallest.top().second], last};
 }
 
 void HitList::collapse() {
+    const std::vector<Run> runs = mergeToTwo();
+    std::vector<std::uint64_t> merged;
+    merged.reserve(limits::kMaxNotes);
+    const auto [a, b, count] = finalPair(runs);
+    mergeInto(a, b, count, [&merged](std::uint64_t key) { merged.push_back(key); });
+    mHits.assign(merged.begin(), merged.end());
+    mRuns.clear();
+    if (mHits.size() >= limits::kMaxNotes) mBound = mHits.back();
+    mOpen = 0;
+    // The kept hits are one ordered run, followed by whatever the current track adds.
     endTrack();
-    // Neighbouring runs merge pairwise, level by level, until one is left.
-    while (!mRuns.empty()) {
-        mScratch.resize(mHits.size());
-        std::vector<std::size_t> merged;
-        std::size_t begin = 0;
-        for (std::size_t i = 0; i < mRuns.size(); i += 2) {
-            const std::size_t middle = mRuns[i];
-            const std::size_t end = i + 1 < mRuns.size() ? mRuns[i + 1] : mHits.size();
-            mergeRuns(&mHits[begin], &mHits[middle], &mHits[middle], mHits.data() + end,
-                      &mScratch[begin]);
-            if (begin != 0) merged.push_back(begin);
-            begin = end;
-        }
-        std::copy(mHits.begin() + static_cast<std::ptrdiff_t>(begin), mHits.end(),
-                  mScratch.begin() + static_cast<std::ptrdiff_t>(begin));
-        if (begin != mHits.size() && begin != 0) merged.push_back(begin);
-        mHits.swap(mScratch);
-        mRuns.swap(merged);
-    }
-    if (mHits.size() >= limits::kMaxNotes) {
-        mHits.resize(limits::kMaxNotes);
-        mBound = mHits.back();
-    }
-    mOpen = mHits.size();
+}
+
+HitList::Pair HitList::finalPair(const std::vector<Run>& runs) const {
+    static constexpr std::uint64_t kNone = kSentinel;
+    Pair pair{&kNone, &kNone, 0};
+    if (!runs.empty()) pair.a = runs[0].begin;
+    if (runs.size() > 1) pair.b = runs[1].begin;
+    for (const Run& run : runs) pair.count += run.size;
+    pair.count = std::min(pair.count, static_cast<std::size_t>(limits::kMaxNotes));
+    return pair;
 }
 
 StepRecords HitList::toRecords() {
-    collapse();
+    const std::vector<Run> runs = mergeToTwo();
+    auto [a, b, kept] = finalPair(runs);
+    StepRecords records(kept + 1);
+    RecordWriter writer(records.data());
+    if (runs.size() > 1) {
+        writer = mergeInto(a, b, kept, writer);
+    } else {
+        // One track, the usual groove: nothing to merge.
+        for (const std::uint64_t* end = a + kept; a != end; ++a) writer(*a);
+    }
+
     // The phrase ends at the latest End of Track; a phrase cut at 9,999 notes ends on its last
     // note whatever End of Track said, and one with no end at all a step after its last note.
     std::int32_t endTime = mSawEnd ? mLatestEnd : -1;
-    if (mSeen >= limits::kMaxNotes) endTime = timeOf(mHits.back());
-    if (endTime == -1) endTime = mHits.empty() ? 0 : addWrapping(timeOf(mHits.back()), 10);
-
-    // q is the previous record's time cut down to the grid, so the deltas always add up to
-    // t / 10 and quantising never drifts. A gap of 655,360 ticks or more wraps the 16 bits;
-    // an end before the last note gives a "negative" delta, wrapped the same way.
-    StepRecords records(mHits.size() + 1);
-    std::int32_t step = 0;  // q / 10
-    const auto put = [&step](StepRecord& r, std::int32_t t, std::uint8_t note, std::uint8_t velo) {
-        const std::int32_t q = step * 10;
-        step = t / 10;
-        // Both on the grid's positive side: the difference of the steps is the quotient.
-        const std::int64_t delta = (q >= 0 && t >= q) ? step - q / 10 : (std::int64_t{t} - q) / 10;
-        r = {static_cast<std::uint16_t>(delta), note, velo};
-    };
-    for (std::size_t i = 0; i < mHits.size(); ++i) {
-        put(records[i], timeOf(mHits[i]), byteOf(mHits[i], 8), byteOf(mHits[i], 0));
-    }
-    put(records.back(), endTime, 0, 0);
+    if (mSeen >= limits::kMaxNotes) endTime = timeOf(writer.last());
+    if (endTime == -1) endTime = kept == 0 ? 0 : addWrapping(timeOf(writer.last()), 10);
+    writer.put(endTime, 0, 0);
     return records;
 }
 

@@ -1,12 +1,14 @@
 // The note-ons of a MIDI file while it is read, reduced on the way to the ones a variation can
 // hold: the first 9,999 in the order of time, note and velocity. Tracks arrive in time order,
-// so each is put in order with little work, and the ordered tracks are merged.
+// so each track is a run that is already in order or nearly so; the runs are merged once, the
+// last merge writing the step records.
 #pragma once
 
 #include "model/StepRecord.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace tavrel::smf {
@@ -17,7 +19,12 @@ public:
         ++mSeen;
         const std::uint64_t key = keyOf(time, note, velocity);
         if (key >= mBound) return;
-        mHits.push_back(key);
+        if (key < mLast) {
+            addBelowLast(key);
+        } else {
+            mLast = key;
+            mHits.push_back(key);
+        }
         if (mHits.size() >= kCollapseAt) collapse();
     }
     // End of Track, and a note-on for key 0, which is not told apart from it.
@@ -45,15 +52,38 @@ private:
         return (t << 16) | (n << 8) | v;
     }
 
+    // A hit below the track's latest: notes of one time come in any order and are put in
+    // place at once; a time that goes back leaves the track to be sorted when it closes.
+    void addBelowLast(std::uint64_t key);
     // Merges every ordered run into one and keeps its first 9,999.
     void collapse();
 
-    // Hits as one ordered number each; mRuns holds where each ordered run after the first
-    // begins, the last one (from mOpen on) still being read.
+    // Ends every run in the hits and in the scratch space; no key reaches it.
+    static constexpr std::uint64_t kSentinel = UINT64_MAX;
+    struct Run {
+        const std::uint64_t* begin;
+        std::size_t size;
+    };
+    // Merges the runs into two or fewer, smallest first; the caller merges what is left.
+    std::vector<Run> mergeToTwo();
+    // The last two runs (a lone sentinel for a missing one) and how many of them are kept.
+    struct Pair {
+        const std::uint64_t* a;
+        const std::uint64_t* b;
+        std::size_t count;
+    };
+    Pair finalPair(const std::vector<Run>& runs) const;
+
+    // Hits as one ordered number each, every closed run followed by a sentinel; mRuns holds
+    // where each closed run begins, and the hits from mOpen on belong to the track being read.
     std::vector<std::uint64_t> mHits;
     std::vector<std::size_t> mRuns;
     std::size_t mOpen = 0;
-    std::vector<std::uint64_t> mScratch;
+    std::unique_ptr<std::uint64_t[]> mScratch;
+    std::size_t mScratchSize = 0;
+    // The current track's highest hit, and whether its hits went back in time.
+    std::uint64_t mLast = 0;
+    bool mDisordered = false;
     // Once 9,999 are kept, a hit at or above the last of them can never be among them.
     std::uint64_t mBound = UINT64_MAX;
     std::uint64_t mSeen = 0;

@@ -121,22 +121,34 @@ TEST(CSeqSim, ANewTempoTakesEffectOnTheNextTickWithoutMovingThePosition) {
     }
 }
 
-TEST(CSeqSim, AFillsNewNotesComeInAtTheNextBeatAtTheSameBeatOfTheWindow) {
-    PreviewRig rig;
-    const auto before = every(24, 768, 30);           // two bars
-    const auto after = every(24, 384, 80);            // one bar
-    auto pattern = rig.pattern(before, 768, 350, 2);  // Verse Fill
-    rig.seq->play();
-    auto ticks = rig.ticks(500);
-    PreviewRig::give(*pattern->getCurPhrase(), after, 384);
-    EXPECT_TRUE(rig.seq->getBook());
-    ticks = ticks + rig.ticks(675);
-    // Positions 500..574 still play the old notes. The next beat is beat 6 of the old
-    // window, beat 2 of the new one-bar window: it starts at tick 192, one tick early, as
-    // the change is taken on the tick before the beat.
-    EXPECT_EQ(noteOns(ticks),
-              windowNotes(before, 0, 767, 0, 575) + windowNotes(after, 0, 383, 192, 600));
-    EXPECT_FALSE(rig.seq->getBook());
+// New notes for the playing variation: a fill takes them at the next beat, at the same beat
+// of its window; any other variation at the next bar, from its window's start.
+TEST(CSeqSim, NewNotesComeInAtTheNextBeatForAFillAndAtTheNextBarOtherwise) {
+    const auto before = every(24, 768, 30);  // two bars
+    const auto after = every(24, 384, 80);   // one bar
+    struct Case {
+        int variation, editAt, playOn;
+        std::vector<std::vector<int>> want;
+    };
+    const std::vector<Case> cases = {
+        // Positions 500..574 still play the old notes. The next beat is beat 6 of the old
+        // window, beat 2 of the new one-bar window: it starts at tick 192, one tick early, as
+        // the change is taken on the tick before the beat.
+        {2, 500, 675, windowNotes(before, 0, 767, 0, 575) + windowNotes(after, 0, 383, 192, 600)},
+        // The tick that would play 383 starts the new window from its first bar instead.
+        {1, 130, 753, windowNotes(before, 0, 767, 0, 383) + windowNotes(after, 0, 383, 0, 500)},
+    };
+    for (const Case& c : cases) {
+        PreviewRig rig;
+        auto pattern = rig.pattern(before, 768, 350, c.variation);
+        rig.seq->play();
+        auto ticks = rig.ticks(c.editAt);
+        PreviewRig::give(*pattern->getCurPhrase(), after, 384);
+        EXPECT_TRUE(rig.seq->getBook());
+        ticks = ticks + rig.ticks(c.playOn);
+        EXPECT_EQ(noteOns(ticks), c.want) << "variation " << c.variation;
+        EXPECT_FALSE(rig.seq->getBook());
+    }
 }
 
 TEST(CSeqSim, AFillChosenWhileAVersePlaysComesInAtTheNextBeatAndTheVerseAtTheBar) {
@@ -156,20 +168,6 @@ TEST(CSeqSim, AFillChosenWhileAVersePlaysComesInAtTheNextBeatAndTheVerseAtTheBar
     EXPECT_EQ(noteOns(ticks), windowNotes(verse, 0, 767, 0, 575) +
                                   windowNotes(fill, 0, 383, 192, 191) +
                                   windowNotes(verse, 0, 767, 0, 234));
-}
-
-TEST(CSeqSim, OtherVariationsNewNotesComeInAtTheNextBarFromTheWindowsStart) {
-    PreviewRig rig;
-    const auto before = every(24, 768, 30);
-    const auto after = every(24, 384, 80);
-    auto pattern = rig.pattern(before, 768, 350, 1);  // Verse
-    rig.seq->play();
-    auto ticks = rig.ticks(130);
-    PreviewRig::give(*pattern->getCurPhrase(), after, 384);
-    ticks = ticks + rig.ticks(753);
-    // The tick that would play 383 starts the new window from its first bar instead.
-    EXPECT_EQ(noteOns(ticks),
-              windowNotes(before, 0, 767, 0, 383) + windowNotes(after, 0, 383, 0, 500));
 }
 
 TEST(CSeqSim, TheKitGoesOutOnlyWhenAChangeIsTakenAtABarNotAtTheLoopPoint) {
