@@ -1,0 +1,107 @@
+#include "playback/PatternRenderer.h"
+
+#include "model/CPtnDataMgr.h"
+#include "playback/CSeqSim.h"
+#include "playback/DownSampler.h"
+#include "playback/DrumSynth.h"
+#include "playback/SampleClockSource.h"
+#include "playback/TickClock.h"
+
+#include <array>
+
+namespace tavrel {
+
+namespace {
+
+// One tick-clock step of synthesizer samples: one millisecond, one FluidSynth block.
+constexpr int kStepFrames = DownSampler::kInRate / 1000;
+constexpr int kMaxTailSteps = 4000;
+
+// Renders one step and passes what the down-sampler makes of it on.
+class StepRenderer {
+public:
+    StepRenderer(DrumSynth& synth, const PatternRenderer::Sink& sink) : mSynth(synth), mSink(sink) {}
+
+    bool step() {
+        mSynth.render(mBlock.data(), kStepFrames);
+        mDown.push(mBlock.data(), kStepFrames, mOut);
+        ++mSteps;
+        return pass();
+    }
+    bool finish() {
+        mDown.finish(mOut);
+        return pass();
+    }
+    std::int64_t frames() const { return mFrames; }
+    // Where the output stands once the down-sampler has caught up with the steps.
+    std::int64_t stepsEnd() const { return mSteps * (DownSampler::kOutRate / 1000); }
+
+private:
+    bool pass() {
+        mFrames += static_cast<std::int64_t>(mOut.size() / 2);
+        const bool ok = mOut.empty() || mSink(mOut);
+        mOut.clear();
+        return ok;
+    }
+
+    DrumSynth& mSynth;
+    const PatternRenderer::Sink& mSink;
+    DownSampler mDown;
+    std::array<float, 2 * kStepFrames> mBlock{};
+    std::vector<float> mOut;
+    std::int64_t mFrames = 0;
+    std::int64_t mSteps = 0;
+};
+
+}  // namespace
+
+PatternRenderer::Result PatternRenderer::render(int loops, const Sink& sink) {
+    Result result;
+    SampleClockSource source(DownSampler::kInRate);
+    CSeqSim seq(nullptr, source);
+    seq.previewOutput().useOutput(mSynth);
+    seq.setup();
+    seq.play();
+    const auto pattern = seq.getPattern();
+    const std::int64_t windowTicks =
+        std::int64_t{seq.getFrom() + seq.getBars()} * seq.getBeatPerBar() * seq.getTickPerBeat();
+    // The window's last tick is where it loops, so a pass lasts one tick less than the window.
+    result.loopTicks = windowTicks - 1 - seq.getStartTick();
+    if (!pattern || result.loopTicks < 1 || loops < 1) {
+        seq.stop();
+        return result;
+    }
+    // The clock has not stepped yet: the kit is chosen before the first note.
+    seq.previewOutput().programChange(pattern->getKitNum());
+
+    // A second clock, in step with the sequencer's, tells ahead of it when the tick that
+    // would begin one more pass falls due, so that tick is never played.
+    TickClock ahead(source, nullptr);
+    ahead.tickClockSetTempo(static_cast<std::uint32_t>(seq.getTempo()));
+    ahead.tickClockStart();
+    const std::int64_t ticks = result.loopTicks * loops;
+    std::int64_t raised = 0;
+    StepRenderer out(mSynth, sink);
+    for (;;) {
+        source.advance(kStepFrames);
+        ahead.tickClockPoll();
+        raised += ahead.tickClockTakePending();
+        if (raised > ticks) break;
+        seq.tickClock().tickClockPoll();
+        if (seq.tickClock().tickClockTakePending() > 0) seq.waitIdle();
+        if (!out.step()) {
+            seq.stop();
+            return result;
+        }
+    }
+    seq.stop();
+    result.windowEnd = out.stepsEnd();
+    for (int i = 0; i < kMaxTailSteps && mSynth.activeVoices() > 0; ++i) {
+        if (!out.step()) return result;
+    }
+    result.complete = out.finish();
+    result.frames = out.frames();
+    return result;
+}
+
+}  // namespace tavrel
