@@ -15,9 +15,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include <unistd.h>
 #include <filesystem>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
@@ -58,8 +58,8 @@ void BM_RenderTwoPasses(benchmark::State& state) {
     auto pattern = context.patterns().addPatternData();
     pattern->setTempo(120);
     giveGroove(*pattern->getCurPhrase());
-    const std::filesystem::path out =
-        std::filesystem::temp_directory_path() / ("bench_render_" + std::to_string(getpid()) + ".wav");
+    const std::filesystem::path out = std::filesystem::temp_directory_path() /
+                                      ("bench_render_" + std::to_string(getpid()) + ".wav");
     std::int64_t frames = 0;
     for (auto _ : state) {
         std::string error;
@@ -74,8 +74,7 @@ void BM_RenderTwoPasses(benchmark::State& state) {
     }
     std::filesystem::remove(out);
     const double audioSeconds = static_cast<double>(frames) / DownSampler::kOutRate;
-    state.counters["x_realtime"] =
-        benchmark::Counter(audioSeconds, benchmark::Counter::kIsRate);
+    state.counters["x_realtime"] = benchmark::Counter(audioSeconds, benchmark::Counter::kIsRate);
 }
 BENCHMARK(BM_RenderTwoPasses)->Unit(benchmark::kMillisecond)->UseRealTime();
 

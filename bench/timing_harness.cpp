@@ -108,8 +108,8 @@ public:
     void programChange(std::int32_t program) override { mSynth.programChange(program); }
     void allOff() override { mSynth.allOff(); }
     std::vector<NoteOn> notes() const {
-        return {mNotes.begin(),
-                mNotes.begin() + static_cast<std::ptrdiff_t>(mCount.load(std::memory_order_acquire))};
+        return {mNotes.begin(), mNotes.begin() + static_cast<std::ptrdiff_t>(
+                                                     mCount.load(std::memory_order_acquire))};
     }
 
 private:

@@ -2,8 +2,8 @@
 
 #include <charconv>
 #include <filesystem>
-#include <system_error>
 #include <string_view>
+#include <system_error>
 
 namespace tavrel::cli {
 

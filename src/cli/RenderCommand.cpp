@@ -66,9 +66,9 @@ int RenderCommand::run(const Args& args, CommandIo io) {
     if (!result.complete || !written) {
         std::filesystem::remove(part, ec);
         io.err << "tavrel-cli: "
-               << (result.loopTicks < 1 ? "the variation's window is empty; nothing to render"
-                                        : "cannot write " + options->output.string() + ": " +
-                                              writer.error())
+               << (result.loopTicks < 1
+                       ? "the variation's window is empty; nothing to render"
+                       : "cannot write " + options->output.string() + ": " + writer.error())
                << '\n';
         return kExitFailed;
     }

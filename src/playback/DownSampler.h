@@ -33,8 +33,8 @@ private:
     void produce(std::int64_t limit, std::vector<float>& out);
 
     std::array<std::array<float, kTaps>, kPhases> mKernel{};
-    std::vector<float> mIn;   // interleaved frames from mInBase on
-    std::int64_t mInBase;     // the input frame mIn starts with
+    std::vector<float> mIn;       // interleaved frames from mInBase on
+    std::int64_t mInBase;         // the input frame mIn starts with
     std::int64_t mInFrames = 0;   // input frames pushed in all
     std::int64_t mOutFrames = 0;  // output frames produced
 };

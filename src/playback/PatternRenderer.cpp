@@ -20,7 +20,8 @@ constexpr int kMaxTailSteps = 4000;
 // Renders one step and passes what the down-sampler makes of it on.
 class StepRenderer {
 public:
-    StepRenderer(DrumSynth& synth, const PatternRenderer::Sink& sink) : mSynth(synth), mSink(sink) {}
+    StepRenderer(DrumSynth& synth, const PatternRenderer::Sink& sink)
+        : mSynth(synth), mSink(sink) {}
 
     bool step() {
         mSynth.render(mBlock.data(), kStepFrames);

@@ -22,10 +22,10 @@ public:
     using Sink = std::function<bool(const std::vector<float>& frames)>;
 
     struct Result {
-        bool complete = false;      // false: the sink refused, or there was nothing to play
-        std::int64_t frames = 0;    // written, at 48 kHz
-        std::int64_t loopTicks = 0; // ticks one pass of the window lasts
-        std::int64_t windowEnd = 0; // frame at which the last window ends, before the tail
+        bool complete = false;       // false: the sink refused, or there was nothing to play
+        std::int64_t frames = 0;     // written, at 48 kHz
+        std::int64_t loopTicks = 0;  // ticks one pass of the window lasts
+        std::int64_t windowEnd = 0;  // frame at which the last window ends, before the tail
     };
 
     // `synth` must run at DownSampler::kInRate.

@@ -49,8 +49,7 @@ std::string SynthAudioDriver::describe() const {
     if (playing()) return "The built-in synthesizer plays through " + mName;
     std::string tried;
     for (const std::string& name : mTried) tried += (tried.empty() ? "" : ", ") + name;
-    return "No audio output opened (tried " + tried +
-           "); the built-in synthesizer plays silently";
+    return "No audio output opened (tried " + tried + "); the built-in synthesizer plays silently";
 }
 
 }  // namespace tavrel

@@ -21,7 +21,9 @@ constexpr std::uintmax_t kFrameBytes = 4;  // 16-bit stereo
 
 class RenderCommandTest : public ::testing::Test {
 protected:
-    RenderCommandTest() { Log::setSink([](std::string_view, std::string_view) {}); }
+    RenderCommandTest() {
+        Log::setSink([](std::string_view, std::string_view) {});
+    }
     ~RenderCommandTest() override { Log::setSink({}); }
 
     void SetUp() override {
@@ -52,7 +54,8 @@ TEST_F(RenderCommandTest, RendersTheChosenWindowOfAMidiFileOrAPatternFile) {
                   kExitOk)
             << input << ": " << err.str();
         EXPECT_NE(out.str().find("3 passes of 383 ticks"), std::string::npos) << out.str();
-        const std::uintmax_t frames = (std::filesystem::file_size(wav()) - kWavHeader) / kFrameBytes;
+        const std::uintmax_t frames =
+            (std::filesystem::file_size(wav()) - kWavHeader) / kFrameBytes;
         EXPECT_GE(frames, 3U * 997 * 48) << input;
         EXPECT_LT(frames, 3U * 997 * 48 + 5 * 48000) << input << ": at most a few seconds of tail";
         EXPECT_FALSE(std::filesystem::exists(wav() + ".part"));
@@ -66,8 +69,7 @@ TEST_F(RenderCommandTest, ASoundFontThatCannotBeReadLeavesNoFile) {
     const std::string notAFont = (dir.path() / "kit.sf2").string();
     test::writeBytes(notAFont, {'R', 'I', 'F', 'F', 0, 0});
     for (const std::string& font : {notAFont, notAFont + ".missing"}) {
-        EXPECT_EQ(run(&RenderCommand::run, {kRock, "-o", wav(), "--soundfont", font}),
-                  kExitFailed);
+        EXPECT_EQ(run(&RenderCommand::run, {kRock, "-o", wav(), "--soundfont", font}), kExitFailed);
         EXPECT_NE(err.str().find(font), std::string::npos) << err.str();
         EXPECT_EQ(err.str().find('\n'), err.str().size() - 1) << "one line: " << err.str();
         EXPECT_FALSE(std::filesystem::exists(wav()));
@@ -93,8 +95,7 @@ TEST_F(RenderCommandTest, WrongLinesExitTwoWithTheUsage) {
     };
     for (const Case& c : cases) {
         EXPECT_EQ(run(c.command, c.args), kExitUsage) << c.args.back();
-        EXPECT_NE(err.str().find(std::string("; usage: tavrel-cli ") + c.usage),
-                  std::string::npos)
+        EXPECT_NE(err.str().find(std::string("; usage: tavrel-cli ") + c.usage), std::string::npos)
             << err.str();
     }
 }

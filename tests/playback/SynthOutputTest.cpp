@@ -17,7 +17,9 @@ namespace {
 
 class SynthOutputTest : public ::testing::Test {
 protected:
-    SynthOutputTest() { Log::setSink([](std::string_view, std::string_view) {}); }
+    SynthOutputTest() {
+        Log::setSink([](std::string_view, std::string_view) {});
+    }
     ~SynthOutputTest() override { Log::setSink({}); }
 
     void SetUp() override {
@@ -51,7 +53,7 @@ TEST_F(SynthOutputTest, WithNoAudioDriverSaysSoOnceAndStillTakesNotes) {
 TEST_F(SynthOutputTest, KitsMapToTheSoundFontsDrumKitsOrTheStandardOne) {
     // kit number -> drum kit program played; every General MIDI SoundFont the system
     // packages has the Room (8) and 808 (25) kits and no kit 3.
-    const std::vector<std::pair<int, int>> kits = {{0, 0}, {8, 8},   {25, 25}, {3, 0},
+    const std::vector<std::pair<int, int>> kits = {{0, 0},   {8, 8},   {25, 25}, {3, 0},
                                                    {127, 0}, {128, 0}, {-1, 0}};
     for (const auto& [kit, program] : kits) {
         synth->programChange(kit);
@@ -83,8 +85,8 @@ TEST_F(SynthOutputTest, SelectorSendsToTheChosenOutputAndEndsTheOneLeft) {
 
 // Values a MIDI data byte cannot carry are not played, rather than wrapped into other notes.
 TEST_F(SynthOutputTest, NotesOutsideTheMidiRangeAreNotPlayed) {
-    for (const auto& [note, velocity] : std::vector<std::pair<int, int>>{
-             {-1, 100}, {128, 100}, {38, 0}, {38, 128}, {38, -3}}) {
+    for (const auto& [note, velocity] :
+         std::vector<std::pair<int, int>>{{-1, 100}, {128, 100}, {38, 0}, {38, 128}, {38, -3}}) {
         synth->noteOn(note, velocity);
         EXPECT_FALSE(sounding()) << note << ' ' << velocity;
     }

@@ -26,9 +26,9 @@ namespace {
 constexpr int kRate = DownSampler::kOutRate;
 constexpr int kTempo = 125;  // 5 ms a tick: every tick falls on a whole millisecond
 constexpr int kMsPerTick = 5;
-constexpr int kClaves = 75;  // short and sharp: its onset is easy to find
-constexpr double kLoud = 0.005;   // an onset is the first sample above this after silence
-constexpr double kQuiet = 0.002;  // silence
+constexpr int kClaves = 75;                 // short and sharp: its onset is easy to find
+constexpr double kLoud = 0.005;             // an onset is the first sample above this after silence
+constexpr double kQuiet = 0.002;            // silence
 constexpr int kSilenceBefore = kRate / 50;  // 20 ms below kLoud before an onset
 
 struct Wav {
@@ -43,7 +43,8 @@ Wav readWav(const std::filesystem::path& path) {
     std::vector<float> frames(static_cast<std::size_t>(wav.info.frames) * 2);
     const sf_count_t read = sf_readf_float(file, frames.data(), wav.info.frames);
     sf_close(file);
-    for (sf_count_t i = 0; i < read; ++i) wav.left.push_back(frames[static_cast<std::size_t>(i) * 2]);
+    for (sf_count_t i = 0; i < read; ++i)
+        wav.left.push_back(frames[static_cast<std::size_t>(i) * 2]);
     return wav;
 }
 
@@ -70,7 +71,9 @@ float loudest(const std::vector<float>& samples, std::int64_t from, std::int64_t
 
 class SynthRenderTest : public ::testing::Test {
 protected:
-    SynthRenderTest() { Log::setSink([](std::string_view, std::string_view) {}); }
+    SynthRenderTest() {
+        Log::setSink([](std::string_view, std::string_view) {});
+    }
     ~SynthRenderTest() override { Log::setSink({}); }
 
     void SetUp() override {
