@@ -23,12 +23,11 @@ double blackman(double t, double halfWidth) {
 }  // namespace
 
 // Silence before the start, for the taps of the first frames to reach into.
-DownSampler::DownSampler() : mIn(2 * kHalfWidth, 0.0F), mInBase(-kHalfWidth) {
+DownSampler::DownSampler() : mIn(std::size_t{2} * kHalfWidth, 0.0F), mInBase(-kHalfWidth) {
     const double a = 2.0 * kCutoffHz / kInRate;
     for (int p = 0; p < kPhases; ++p) {
-        // Output 3q + p lies at input 4q + 4p/3: a whole part, p + p/3 rounded down, plus a
-        // fraction of p/3.
-        const double frac = (4.0 * p) / 3.0 - static_cast<double>((4 * p) / 3);
+        // Output 3q + p lies at input 4q + 4p/3: a whole part and a fraction of p/3.
+        const double frac = std::fmod(4.0 * p / 3.0, 1.0);
         double sum = 0.0;
         for (int j = 0; j < kTaps; ++j) {
             const double t = frac - (j - kHalfWidth + 1);
@@ -54,7 +53,7 @@ void DownSampler::produce(std::int64_t limit, std::vector<float>& out) {
         const float* in = mIn.data() + (first - mInBase) * 2;
         float left = 0.0F;
         float right = 0.0F;
-        for (int j = 0; j < kTaps; ++j) {
+        for (std::ptrdiff_t j = 0; j < kTaps; ++j) {
             left += kernel[j] * in[2 * j];
             right += kernel[j] * in[2 * j + 1];
         }
@@ -80,7 +79,7 @@ void DownSampler::push(const float* in, int frames, std::vector<float>& out) {
 
 void DownSampler::finish(std::vector<float>& out) {
     // Silence after the end, for the taps of the last frames to reach into.
-    mIn.resize(mIn.size() + 2 * kTaps, 0.0F);
+    mIn.resize(mIn.size() + std::size_t{2} * kTaps, 0.0F);
     produce(mInFrames + kTaps, out);
 }
 

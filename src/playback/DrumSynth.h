@@ -14,8 +14,8 @@
 #include <optional>
 #include <string>
 
-struct _fluid_hashtable_t;
-struct _fluid_synth_t;
+struct _fluid_hashtable_t;  // NOLINT(bugprone-reserved-identifier): the library's own name
+struct _fluid_synth_t;      // NOLINT(bugprone-reserved-identifier): the library's own name
 
 namespace tavrel {
 

@@ -48,7 +48,7 @@ private:
     DrumSynth& mSynth;
     const PatternRenderer::Sink& mSink;
     DownSampler mDown;
-    std::array<float, 2 * kStepFrames> mBlock{};
+    std::array<float, std::size_t{2} * kStepFrames> mBlock{};
     std::vector<float> mOut;
     std::int64_t mFrames = 0;
     std::int64_t mSteps = 0;

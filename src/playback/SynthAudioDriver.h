@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-struct _fluid_audio_driver_t;
+struct _fluid_audio_driver_t;  // NOLINT(bugprone-reserved-identifier): the library's own name
 
 namespace tavrel {
 

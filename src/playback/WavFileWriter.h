@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-struct sf_private_tag;
+struct sf_private_tag;  // NOLINT(bugprone-reserved-identifier): the library's own name
 
 namespace tavrel {
 

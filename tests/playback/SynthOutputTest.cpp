@@ -32,7 +32,7 @@ protected:
 
     // Whether anything sounds after a short render.
     bool sounding() {
-        std::vector<float> block(2 * 256);
+        std::vector<float> block(std::size_t{2} * 256);
         synth->render(block.data(), 256);
         return synth->activeVoices() > 0;
     }

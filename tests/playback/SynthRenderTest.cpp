@@ -114,8 +114,8 @@ protected:
 TEST_F(SynthRenderTest, EveryNoteStartsOnItsTickAndEachPassEndsInSilence) {
     // Uneven steps, so a grid shifted or stretched by any amount shows.
     const std::vector<int> hits = {0, 48, 120, 168};
-    std::vector<Note> notes;
-    for (int t : hits) notes.push_back({t, kClaves});
+    std::vector<Note> notes(hits.size(), {0, kClaves});
+    for (std::size_t i = 0; i < hits.size(); ++i) notes[i].tick = hits[i];
     notes.push_back({400, kClaves});  // past the window
     pattern(notes);
     const int loops = 3;
@@ -138,7 +138,7 @@ TEST_F(SynthRenderTest, EveryNoteStartsOnItsTickAndEachPassEndsInSilence) {
     const auto found = onsets(wav.left);
     ASSERT_EQ(found.size(), expected.size());
     for (std::size_t i = 0; i < found.size(); ++i) {
-        EXPECT_NEAR(static_cast<double>(found[i]), static_cast<double>(expected[i]), kRate / 1000)
+        EXPECT_NEAR(static_cast<double>(found[i]), static_cast<double>(expected[i]), kRate / 1000.0)
             << "note " << i;
     }
     // From well after the last hit of a pass to the first hit of the next: nothing.
@@ -154,8 +154,8 @@ TEST_F(SynthRenderTest, EveryNoteStartsOnItsTickAndEachPassEndsInSilence) {
 TEST(DownSamplerTest, KeepsTimeToTheSampleAndTheLevel) {
     for (int n : {0, 1, 2, 7, 100}) {
         DownSampler down;
-        std::vector<float> in(2 * 1000, 0.0F);
-        in[static_cast<std::size_t>(8 * n)] = 1.0F;
+        std::vector<float> in(std::size_t{2} * 1000, 0.0F);
+        in[std::size_t{8} * n] = 1.0F;
         std::vector<float> out;
         down.push(in.data(), 500, out);
         down.push(in.data() + 1000, 500, out);
@@ -169,7 +169,7 @@ TEST(DownSamplerTest, KeepsTimeToTheSampleAndTheLevel) {
         EXPECT_EQ(out[peak + 1], 0.0F);  // the other channel stays apart
     }
     DownSampler down;
-    const std::vector<float> steady(2 * 640, 0.5F);
+    const std::vector<float> steady(std::size_t{2} * 640, 0.5F);
     std::vector<float> out;
     down.push(steady.data(), 640, out);
     for (std::size_t i = 200; i < 400; ++i) EXPECT_NEAR(out[i], 0.5F, 1e-4F) << i;
