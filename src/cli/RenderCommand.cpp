@@ -13,11 +13,14 @@
 #include <filesystem>
 #include <iomanip>
 #include <memory>
+#include <string>
 #include <system_error>
 
 namespace tavrel::cli {
 
 namespace {
+
+constexpr std::chrono::seconds kQuietStart{1};
 
 // The WAV file is written beside its final name and moved there once complete, so a failed
 // render never leaves half a file or replaces a good one.
@@ -34,6 +37,27 @@ void reportDone(const PatternRenderer::Result& r, const PreviewOptions& o, doubl
         << " of " << r.loopTicks << " ticks, " << std::fixed << std::setprecision(2) << seconds
         << " s of sound in " << took << " s (" << std::setprecision(0)
         << (took > 0 ? seconds / took : 0.0) << " times real time)\n";
+}
+
+// A line every tenth of the way, once a render has taken more than a second.
+PatternRenderer::Progress progressLines(std::chrono::steady_clock::time_point start,
+                                        std::ostream& out) {
+    return [start, &out, shown = 0](int percent) mutable {
+        if (percent / 10 <= shown || std::chrono::steady_clock::now() - start < kQuietStart) return;
+        shown = percent / 10;
+        out << "Rendering: " << shown * 10 << "%" << std::endl;
+    };
+}
+
+std::string failure(const PatternRenderer::Result& r, const PreviewOptions& o,
+                    const std::string& writeError) {
+    if (r.tooLong) {
+        return "the passes would make more than " +
+               std::to_string(PatternRenderer::kMaxSeconds / 3600) +
+               " hours of sound; choose fewer --loops or --bars";
+    }
+    if (r.loopTicks < 1) return "the variation's window is empty; nothing to render";
+    return "cannot write " + o.output.string() + ": " + writeError;
 }
 
 }  // namespace
@@ -58,18 +82,17 @@ int RenderCommand::run(const Args& args, CommandIo io) {
     }
     const auto start = std::chrono::steady_clock::now();
     PatternRenderer renderer(*synth);
-    const auto result = renderer.render(options->loops, [&](const std::vector<float>& frames) {
-        return writer.write(frames.data(), static_cast<std::int64_t>(frames.size() / 2));
-    });
+    const auto result = renderer.render(
+        options->loops,
+        [&](const std::vector<float>& frames) {
+            return writer.write(frames.data(), static_cast<std::int64_t>(frames.size() / 2));
+        },
+        progressLines(start, io.out));
     const bool written = writer.close();
     std::error_code ec;
     if (!result.complete || !written) {
         std::filesystem::remove(part, ec);
-        io.err << "tavrel-cli: "
-               << (result.loopTicks < 1
-                       ? "the variation's window is empty; nothing to render"
-                       : "cannot write " + options->output.string() + ": " + writer.error())
-               << '\n';
+        io.err << "tavrel-cli: " << failure(result, *options, writer.error()) << '\n';
         return kExitFailed;
     }
     std::filesystem::rename(part, options->output, ec);

@@ -54,54 +54,69 @@ private:
     std::int64_t mSteps = 0;
 };
 
-}  // namespace
-
-PatternRenderer::Result PatternRenderer::render(int loops, const Sink& sink) {
-    Result result;
-    SampleClockSource source(DownSampler::kInRate);
-    CSeqSim seq(nullptr, source);
-    seq.previewOutput().useOutput(mSynth);
-    seq.setup();
-    seq.play();
-    const auto pattern = seq.getPattern();
-    const std::int64_t windowTicks =
-        std::int64_t{seq.getFrom() + seq.getBars()} * seq.getBeatPerBar() * seq.getTickPerBeat();
-    // The window's last tick is where it loops, so a pass lasts one tick less than the window.
-    result.loopTicks = windowTicks - 1 - seq.getStartTick();
-    if (!pattern || result.loopTicks < 1 || loops < 1) {
-        seq.stop();
-        return result;
-    }
-    // The clock has not stepped yet: the kit is chosen before the first note.
-    seq.previewOutput().programChange(pattern->getKitNum());
-
+// Plays `ticks` ticks of `seq`, started on `source`, and the sound that rings on after them.
+PatternRenderer::Result playTicks(DrumSynth& synth, CSeqSim& seq, SampleClockSource& source,
+                                  std::int64_t ticks, const PatternRenderer::Sink& sink,
+                                  const PatternRenderer::Progress& progress) {
+    PatternRenderer::Result result;
     // A second clock, in step with the sequencer's, tells ahead of it when the tick that
     // would begin one more pass falls due, so that tick is never played.
+    const auto tempo = static_cast<std::uint32_t>(seq.getTempo());
     TickClock ahead(source, nullptr);
-    ahead.tickClockSetTempo(static_cast<std::uint32_t>(seq.getTempo()));
+    ahead.tickClockSetTempo(tempo);
     ahead.tickClockStart();
-    const std::int64_t ticks = result.loopTicks * loops;
     std::int64_t raised = 0;
-    StepRenderer out(mSynth, sink);
+    int percent = 0;
+    StepRenderer out(synth, sink);
     for (;;) {
         source.advance(kStepFrames);
         ahead.tickClockPoll();
         raised += ahead.tickClockTakePending();
         if (raised > ticks) break;
         seq.tickClock().tickClockPoll();
-        if (seq.tickClock().tickClockTakePending() > 0) seq.waitIdle();
-        if (!out.step()) {
-            seq.stop();
-            return result;
-        }
+        const std::uint32_t due = seq.tickClock().tickClockTakePending();
+        if (due > 0) seq.comeTick(static_cast<std::int32_t>(due));
+        if (!out.step()) break;
+        const auto done = static_cast<int>(raised * 100 / ticks);
+        if (progress && done > percent) progress(percent = done);
     }
     seq.stop();
+    if (raised <= ticks) return result;  // the sink refused
     result.windowEnd = out.stepsEnd();
-    for (int i = 0; i < kMaxTailSteps && mSynth.activeVoices() > 0; ++i) {
+    for (int i = 0; i < kMaxTailSteps && synth.activeVoices() > 0; ++i) {
         if (!out.step()) return result;
     }
     result.complete = out.finish();
     result.frames = out.frames();
+    return result;
+}
+
+}  // namespace
+
+PatternRenderer::Result PatternRenderer::render(int loops, const Sink& sink,
+                                                const Progress& progress) {
+    SampleClockSource source(DownSampler::kInRate);
+    CSeqSim seq(nullptr, source);
+    seq.previewOutput().useOutput(mSynth);
+    // No setup: without its thread the sequencer's ticks are played here, one step at a
+    // time, before the step's samples are rendered.
+    seq.play();
+    Result result;
+    const std::int64_t windowTicks =
+        std::int64_t{seq.getFrom() + seq.getBars()} * seq.getBeatPerBar() * seq.getTickPerBeat();
+    // The window's last tick is where it loops, so a pass lasts one tick less than the window.
+    result.loopTicks = windowTicks - 1 - seq.getStartTick();
+    const std::int64_t ticks = result.loopTicks * loops;
+    // A tick lasts 625 / tempo ms.
+    result.tooLong = seq.getTempo() > 0 && ticks * 625 / seq.getTempo() > kMaxSeconds * 1000;
+    if (result.loopTicks < 1 || loops < 1 || seq.getTempo() < 1 || result.tooLong) {
+        seq.stop();
+        return result;
+    }
+    // The clock has not stepped yet: the kit is chosen before the first note.
+    seq.previewOutput().programChange(seq.getPattern()->getKitNum());
+    result = playTicks(mSynth, seq, source, ticks, sink, progress);
+    result.loopTicks = ticks / loops;
     return result;
 }
 

@@ -4,8 +4,8 @@
 // falls on; output sample 0 is the window's first tick. After the last window the sound
 // that still rings out is kept, up to a few seconds.
 //
-// Runs on the main thread of a Context that holds the pattern; the sequencer thread it
-// starts is gone when render returns.
+// Runs on the main thread of a Context that holds the pattern, and plays the sequencer's
+// ticks itself: the render has no thread but the caller's.
 #pragma once
 
 #include <cstdint>
@@ -21,8 +21,15 @@ public:
     // Takes 48 kHz interleaved stereo frames; false stops the render.
     using Sink = std::function<bool(const std::vector<float>& frames)>;
 
+    // Called with 1..100 as the percentage of the windows rendered rises.
+    using Progress = std::function<void(int percent)>;
+
+    // The longest sound a render makes: three hours, a 2 GB file.
+    static constexpr std::int64_t kMaxSeconds = 3 * 3600;
+
     struct Result {
-        bool complete = false;       // false: the sink refused, or there was nothing to play
+        bool complete = false;       // false: the sink refused, nothing to play, or too long
+        bool tooLong = false;        // the passes would last longer than kMaxSeconds
         std::int64_t frames = 0;     // written, at 48 kHz
         std::int64_t loopTicks = 0;  // ticks one pass of the window lasts
         std::int64_t windowEnd = 0;  // frame at which the last window ends, before the tail
@@ -31,7 +38,7 @@ public:
     // `synth` must run at DownSampler::kInRate.
     explicit PatternRenderer(DrumSynth& synth) : mSynth(synth) {}
 
-    Result render(int loops, const Sink& sink);
+    Result render(int loops, const Sink& sink, const Progress& progress = {});
 
 private:
     DrumSynth& mSynth;

@@ -65,7 +65,13 @@ TEST_F(RenderCommandTest, RendersTheChosenWindowOfAMidiFileOrAPatternFile) {
         << err.str();
 }
 
-TEST_F(RenderCommandTest, ASoundFontThatCannotBeReadLeavesNoFile) {
+TEST_F(RenderCommandTest, FailuresSayWhyInOneLineAndLeaveNoFile) {
+    EXPECT_EQ(run(&RenderCommand::run, {kRock, "-o", wav(), "--loops", "1000", "--tempo", "40"}),
+              kExitFailed);
+    EXPECT_EQ(err.str(),
+              "tavrel-cli: the passes would make more than 3 hours of sound; choose "
+              "fewer --loops or --bars\n");
+    EXPECT_FALSE(std::filesystem::exists(wav()));
     const std::string notAFont = (dir.path() / "kit.sf2").string();
     test::writeBytes(notAFont, {'R', 'I', 'F', 'F', 0, 0});
     for (const std::string& font : {notAFont, notAFont + ".missing"}) {
