@@ -3,8 +3,7 @@
 #include "cli/ConvertCommand.h"
 #include "cli/PreviewCommand.h"
 #include "cli/RenderCommand.h"
-#include "model/Log.h"
-#include "playback/DrumSynth.h"
+#include "playback/SynthFixture.h"
 #include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
@@ -19,19 +18,8 @@ const std::string kRock = std::string(TAVREL_EXAMPLES_DIR) + "/rock-4-4.mid";
 constexpr std::uintmax_t kWavHeader = 44;
 constexpr std::uintmax_t kFrameBytes = 4;  // 16-bit stereo
 
-class RenderCommandTest : public ::testing::Test {
+class RenderCommandTest : public test::SynthFixture {
 protected:
-    RenderCommandTest() {
-        Log::setSink([](std::string_view, std::string_view) {});
-    }
-    ~RenderCommandTest() override { Log::setSink({}); }
-
-    void SetUp() override {
-        if (!DrumSynth::defaultSoundFont()) {
-            GTEST_SKIP() << "no General MIDI SoundFont installed (./dev deps installs one)";
-        }
-    }
-
     int run(int (*command)(const Args&, CommandIo), const Args& args) {
         out.str("");
         err.str("");

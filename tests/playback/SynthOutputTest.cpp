@@ -2,11 +2,11 @@
 // happens on a computer where no audio driver opens.
 #include "device/MidiLib.h"
 #include "device/platform/virtual/VirtualMidiService.h"
-#include "model/Log.h"
 #include "playback/CMidiOutMgr.h"
 #include "playback/DrumSynth.h"
 #include "playback/PreviewOutputSelector.h"
 #include "playback/SynthAudioDriver.h"
+#include "playback/SynthFixture.h"
 
 #include <gtest/gtest.h>
 

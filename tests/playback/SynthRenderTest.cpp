@@ -5,11 +5,11 @@
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
-#include "model/Log.h"
 #include "playback/DownSampler.h"
 #include "playback/DrumSynth.h"
 #include "playback/PatternRenderer.h"
 #include "playback/PhraseNotes.h"
+#include "playback/SynthFixture.h"
 #include "playback/WavFileWriter.h"
 #include "support/ScratchFolder.h"
 
