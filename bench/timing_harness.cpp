@@ -18,9 +18,9 @@
 #include "model/Log.h"
 #include "playback/CSeqSim.h"
 #include "playback/DrumSynth.h"
+#include "playback/LiveSynth.h"
 #include "playback/NoteTiming.h"
 #include "playback/PreviewNoteOutput.h"
-#include "playback/SynthAudioDriver.h"
 
 #include <pthread.h>
 #include <sched.h>
@@ -226,12 +226,15 @@ std::optional<Options> parseOptions(int argc, char** argv) {
 }
 
 // The synthesizer, playing through an audio driver if one opens; null without a SoundFont.
-std::unique_ptr<DrumSynth> openSynth() {
+std::unique_ptr<LiveSynth> openSynth() {
     const auto font = DrumSynth::defaultSoundFont();
     std::string error = "no General MIDI SoundFont installed";
-    auto synth = font ? DrumSynth::open(*font, 48000, error) : nullptr;
-    if (!synth) std::fprintf(stderr, "timing_harness: %s\n", error.c_str());
-    return synth;
+    auto synth = font ? DrumSynth::open(*font, LiveSynth::kSampleRate, error) : nullptr;
+    if (!synth) {
+        std::fprintf(stderr, "timing_harness: %s\n", error.c_str());
+        return nullptr;
+    }
+    return std::make_unique<LiveSynth>(std::move(synth));
 }
 
 void printRow(int tempo, const char* load, const Run& run, const Measured& m) {
@@ -251,13 +254,9 @@ int main(int argc, char** argv) {
         return 2;
     }
     Log::setSink([](std::string_view, std::string_view) {});
-    std::unique_ptr<DrumSynth> synth = options->synth ? openSynth() : nullptr;
+    const std::unique_ptr<LiveSynth> synth = options->synth ? openSynth() : nullptr;
     if (options->synth && !synth) return 1;
-    std::unique_ptr<SynthAudioDriver> driver;
-    if (synth) {
-        driver = std::make_unique<SynthAudioDriver>(*synth);
-        std::printf("%s\n", driver->describe().c_str());
-    }
+    if (synth) std::printf("%s\n", synth->driver().describe().c_str());
     const unsigned cores = std::thread::hardware_concurrency();
     // The preview's threads inherit this thread's core; the load goes to the other one.
     const bool pinned = cores >= 2 && pinTo(0);
@@ -275,8 +274,8 @@ int main(int argc, char** argv) {
         for (const int tempo : {40, 120, 350}) {
             std::unique_ptr<BusyCore> busy;
             if (loaded) busy = std::make_unique<BusyCore>(cores >= 2 ? 1 : 0);
-            const Run run =
-                synth ? playSynth(*synth, tempo, options->seconds) : play(tempo, options->seconds);
+            const Run run = synth ? playSynth(synth->synth(), tempo, options->seconds)
+                                  : play(tempo, options->seconds);
             worstPlayCall = std::max(worstPlayCall, run.playCallUs);
             printRow(tempo, loaded ? "loaded" : "idle", run, measure(run, tempo));
         }

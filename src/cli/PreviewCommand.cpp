@@ -14,7 +14,7 @@
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
 #include "playback/CSeqSim.h"
-#include "playback/SynthAudioDriver.h"
+#include "playback/LiveSynth.h"
 #include "sim/SimulatedUnit.h"
 
 #include <chrono>
@@ -28,7 +28,6 @@ namespace tavrel::cli {
 namespace {
 
 constexpr const char* kSequencer = "/dev/snd/seq";
-constexpr double kLiveSampleRate = 48000.0;
 
 // Where the notes go: the MIDI service, and the unit simulated on it, if any.
 struct Output {
@@ -118,14 +117,16 @@ void playUntilDone(CSeqSim& seq, const PreviewOptions& o, InterruptWait& interru
 // The built-in synthesizer, through whichever audio driver opens; silent with none.
 int playThroughSynth(const PreviewOptions& o, InterruptWait& interrupt, Context& context,
                      CommandIo io) {
-    const auto synth = SynthOpener::open(o, kLiveSampleRate, io.err);
+    auto synth = SynthOpener::open(o, LiveSynth::kSampleRate, io.err);
     if (!synth) return kExitFailed;
-    const SynthAudioDriver driver(*synth);
-    io.out << driver.describe() << '\n';
+    LiveSynth live(std::move(synth));
+    io.out << live.driver().describe() << '\n';
     CSeqSim& seq = context.install(std::make_unique<CSeqSim>(nullptr));
-    seq.previewOutput().useOutput(*synth);
+    seq.previewOutput().useOutput(live.synth());
     seq.previewOutput().programChange(context.patterns().getCurPattarn()->getKitNum());
     playUntilDone(seq, o, interrupt, "the built-in synthesizer", io.out);
+    // The sequencer outlives this function; the synthesizer does not.
+    seq.previewOutput().useMidi();
     return kExitOk;
 }
 
