@@ -15,9 +15,11 @@ namespace {
 
 // One tick-clock step of synthesizer samples: one millisecond, one FluidSynth block.
 constexpr int kStepFrames = DownSampler::kInRate / 1000;
-constexpr int kMaxTailSteps = 4000;
+constexpr int kMaxTailSteps = 4000;  // what rings on after the last pass: 4 s at most
+// Output handed to the sink at a time: a tenth of a second, not a millisecond per call.
+constexpr std::size_t kBatchSamples = 2 * DownSampler::kOutRate / 10;
 
-// Renders one step and passes what the down-sampler makes of it on.
+// Renders one step at a time and passes what the down-sampler makes of them on.
 class StepRenderer {
 public:
     StepRenderer(DrumSynth& synth, const PatternRenderer::Sink& sink)
@@ -27,7 +29,7 @@ public:
         mSynth.render(mBlock.data(), kStepFrames);
         mDown.push(mBlock.data(), kStepFrames, mOut);
         ++mSteps;
-        return pass();
+        return mOut.size() < kBatchSamples || pass();
     }
     bool finish() {
         mDown.finish(mOut);
