@@ -77,7 +77,8 @@ int RenderCommand::run(const Args& args, CommandIo io) {
     const std::filesystem::path part = partName(options->output);
     WavFileWriter writer(part, DownSampler::kOutRate);
     if (!writer.ok()) {
-        io.err << "tavrel-cli: cannot write " << writer.error() << '\n';
+        io.err << "tavrel-cli: cannot write " << options->output.string() << ": " << writer.error()
+               << '\n';
         return kExitFailed;
     }
     const auto start = std::chrono::steady_clock::now();

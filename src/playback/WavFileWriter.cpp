@@ -11,7 +11,7 @@ WavFileWriter::WavFileWriter(const std::filesystem::path& path, int sampleRate) 
     info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
     mFile = sf_open(path.c_str(), SFM_WRITE, &info);
     if (mFile == nullptr) {
-        mError = path.string() + ": " + sf_strerror(nullptr);
+        mError = sf_strerror(nullptr);
         return;
     }
     sf_command(mFile, SFC_SET_CLIPPING, nullptr, SF_TRUE);

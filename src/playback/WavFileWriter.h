@@ -12,7 +12,8 @@ namespace tavrel {
 
 class WavFileWriter {
 public:
-    // Opens `path` for writing; ok() tells whether it could be, error() why not.
+    // Opens `path` for writing; ok() tells whether it could be, error() why not (without the
+    // path, which the caller names as it sees fit).
     WavFileWriter(const std::filesystem::path& path, int sampleRate);
     ~WavFileWriter();
     WavFileWriter(const WavFileWriter&) = delete;

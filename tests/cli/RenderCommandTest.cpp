@@ -60,6 +60,9 @@ TEST_F(RenderCommandTest, FailuresSayWhyInOneLineAndLeaveNoFile) {
               "tavrel-cli: the passes would make more than 3 hours of sound; choose "
               "fewer --loops or --bars\n");
     EXPECT_FALSE(std::filesystem::exists(wav()));
+    const std::string nowhere = (dir.path() / "missing" / "out.wav").string();
+    EXPECT_EQ(run(&RenderCommand::run, {kRock, "-o", nowhere}), kExitFailed);
+    EXPECT_TRUE(err.str().starts_with("tavrel-cli: cannot write " + nowhere + ": ")) << err.str();
     const std::string notAFont = (dir.path() / "kit.sf2").string();
     test::writeBytes(notAFont, {'R', 'I', 'F', 'F', 0, 0});
     for (const std::string& font : {notAFont, notAFont + ".missing"}) {
