@@ -225,16 +225,13 @@ std::optional<Options> parseOptions(int argc, char** argv) {
     return o;
 }
 
-// The synthesizer, playing through an audio driver if one opens; null without a SoundFont.
-std::unique_ptr<LiveSynth> openSynth() {
+// The synthesizer at the live rate; null, with the reason on stderr, without a SoundFont.
+std::unique_ptr<DrumSynth> openSynth() {
     const auto font = DrumSynth::defaultSoundFont();
     std::string error = "no General MIDI SoundFont installed";
     auto synth = font ? DrumSynth::open(*font, LiveSynth::kSampleRate, error) : nullptr;
-    if (!synth) {
-        std::fprintf(stderr, "timing_harness: %s\n", error.c_str());
-        return nullptr;
-    }
-    return std::make_unique<LiveSynth>(std::move(synth));
+    if (!synth) std::fprintf(stderr, "timing_harness: %s\n", error.c_str());
+    return synth;
 }
 
 void printRow(int tempo, const char* load, const Run& run, const Measured& m) {
@@ -254,9 +251,14 @@ int main(int argc, char** argv) {
         return 2;
     }
     Log::setSink([](std::string_view, std::string_view) {});
-    const std::unique_ptr<LiveSynth> synth = options->synth ? openSynth() : nullptr;
-    if (options->synth && !synth) return 1;
-    if (synth) std::printf("%s\n", synth->driver().describe().c_str());
+    // Plays through an audio driver if one opens.
+    std::optional<LiveSynth> synth;
+    if (options->synth) {
+        auto voice = openSynth();
+        if (!voice) return 1;
+        synth.emplace(std::move(voice));
+        std::printf("%s\n", synth->driver().describe().c_str());
+    }
     const unsigned cores = std::thread::hardware_concurrency();
     // The preview's threads inherit this thread's core; the load goes to the other one.
     const bool pinned = cores >= 2 && pinTo(0);

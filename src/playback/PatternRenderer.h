@@ -25,7 +25,7 @@ public:
     using Progress = std::function<void(int percent)>;
 
     // The longest sound a render makes: three hours, a 2 GB file.
-    static constexpr std::int64_t kMaxSeconds = 3 * 3600;
+    static constexpr std::int64_t kMaxSeconds = std::int64_t{3} * 3600;
 
     struct Result {
         bool complete = false;       // false: the sink refused, nothing to play, or too long
