@@ -6,6 +6,9 @@
 //
 // Goals with SCHED_FIFO and the other core loaded: p99 < 250 us, p99.9 < 1 ms, no drift
 // over 60 s (--seconds 60). Run as root, or with an rtprio limit, for real-time scheduling.
+//
+// --synth plays through the built-in synthesizer instead (with its audio driver if one
+// opens) and measures when each note is handed to it.
 #include "device/MidiLib.h"
 #include "device/platform/virtual/VirtualMidiService.h"
 #include "model/CPatternMgr.h"
@@ -14,7 +17,10 @@
 #include "model/Context.h"
 #include "model/Log.h"
 #include "playback/CSeqSim.h"
+#include "playback/DrumSynth.h"
+#include "playback/LiveSynth.h"
 #include "playback/NoteTiming.h"
+#include "playback/PreviewNoteOutput.h"
 
 #include <pthread.h>
 #include <sched.h>
@@ -86,6 +92,32 @@ struct Run {
     bool realTime = false;
 };
 
+// Notes the sequencer hands to the synthesizer, timed as they are handed over. The sequencer
+// thread only writes into room set aside beforehand.
+class TimedSynth : public PreviewNoteOutput {
+public:
+    TimedSynth(DrumSynth& synth, std::size_t room) : mSynth(synth), mNotes(room) {}
+    void noteOn(std::int32_t note, std::int32_t velo) override {
+        const std::int64_t at = micros(Clock::now());
+        mSynth.noteOn(note, velo);
+        const std::size_t i = mCount.load(std::memory_order_relaxed);
+        if (i == mNotes.size()) return;
+        mNotes[i] = {at, note};
+        mCount.store(i + 1, std::memory_order_release);
+    }
+    void programChange(std::int32_t program) override { mSynth.programChange(program); }
+    void allOff() override { mSynth.allOff(); }
+    std::vector<NoteOn> notes() const {
+        return {mNotes.begin(), mNotes.begin() + static_cast<std::ptrdiff_t>(
+                                                     mCount.load(std::memory_order_acquire))};
+    }
+
+private:
+    DrumSynth& mSynth;
+    std::vector<NoteOn> mNotes;
+    std::atomic<std::size_t> mCount{0};
+};
+
 void giveNotes(CPhraseData& phrase) {
     StepRecords records;
     for (int t = 0; t < kWindowTicks; t += kStep) {
@@ -94,6 +126,33 @@ void giveNotes(CPhraseData& phrase) {
     }
     records.push_back({static_cast<std::uint16_t>(kStep), 0, 0});
     phrase.setSeqData(records.data(), static_cast<std::int32_t>(records.size()));
+}
+
+// The notes played by `seq`, as the synthesizer or the MIDI destination received them.
+Run playFor(CSeqSim& seq, int seconds) {
+    Run run;
+    run.realTime = seq.realTimeClock();
+    run.startedAt = micros(Clock::now());
+    seq.play();
+    run.playCallUs = micros(Clock::now()) - run.startedAt;
+    std::this_thread::sleep_for(std::chrono::seconds(seconds));
+    seq.stop();
+    return run;
+}
+
+Run playSynth(DrumSynth& synth, int tempo, int seconds) {
+    Context context;
+    CSeqSim& seq = context.install(std::make_unique<CSeqSim>(nullptr));
+    // A note every other tick at 350 is about 1,700 notes a second.
+    TimedSynth timed(synth, static_cast<std::size_t>(seconds) * 2000);
+    seq.previewOutput().useOutput(timed);
+    auto pattern = context.patterns().addPatternData();
+    pattern->setTempo(tempo);
+    giveNotes(*pattern->getCurPhrase());
+    seq.setup();
+    Run run = playFor(seq, seconds);
+    run.notes = timed.notes();
+    return run;
 }
 
 Run play(int tempo, int seconds) {
@@ -108,14 +167,7 @@ Run play(int tempo, int seconds) {
     pattern->setTempo(tempo);
     giveNotes(*pattern->getCurPhrase());
     seq.setup();
-
-    Run run;
-    run.realTime = seq.realTimeClock();
-    run.startedAt = micros(Clock::now());
-    seq.play();
-    run.playCallUs = micros(Clock::now()) - run.startedAt;
-    std::this_thread::sleep_for(std::chrono::seconds(seconds));
-    seq.stop();
+    Run run = playFor(seq, seconds);
     for (const auto& m : service.backlog(dest)) {
         if (m.bytes.size() == 3 && m.bytes[0] == 0x99)
             run.notes.push_back({micros(m.time), m.bytes[1]});
@@ -153,17 +205,33 @@ Measured measure(const Run& run, int tempo) {
     return m;
 }
 
-std::optional<int> parseSeconds(int argc, char** argv) {
+struct Options {
     int seconds = 10;
+    bool synth = false;
+};
+
+std::optional<Options> parseOptions(int argc, char** argv) {
+    Options o;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--seconds") == 0 && i + 1 < argc) {
-            seconds = std::atoi(argv[++i]);
+            o.seconds = std::atoi(argv[++i]);
+        } else if (std::strcmp(argv[i], "--synth") == 0) {
+            o.synth = true;
         } else {
             return std::nullopt;
         }
     }
-    if (seconds < 1) return std::nullopt;
-    return seconds;
+    if (o.seconds < 1) return std::nullopt;
+    return o;
+}
+
+// The synthesizer at the live rate; null, with the reason on stderr, without a SoundFont.
+std::unique_ptr<DrumSynth> openSynth() {
+    const auto font = DrumSynth::defaultSoundFont();
+    std::string error = "no General MIDI SoundFont installed";
+    auto synth = font ? DrumSynth::open(*font, LiveSynth::kSampleRate, error) : nullptr;
+    if (!synth) std::fprintf(stderr, "timing_harness: %s\n", error.c_str());
+    return synth;
 }
 
 void printRow(int tempo, const char* load, const Run& run, const Measured& m) {
@@ -176,20 +244,30 @@ void printRow(int tempo, const char* load, const Run& run, const Measured& m) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::optional<int> seconds = parseSeconds(argc, argv);
-    if (!seconds) {
-        std::fprintf(stderr, "usage: timing_harness [--seconds S]   (default 10 per case)\n");
+    const std::optional<Options> options = parseOptions(argc, argv);
+    if (!options) {
+        std::fprintf(stderr,
+                     "usage: timing_harness [--seconds S] [--synth]   (default 10 per case)\n");
         return 2;
     }
     Log::setSink([](std::string_view, std::string_view) {});
+    // Plays through an audio driver if one opens.
+    std::optional<LiveSynth> synth;
+    if (options->synth) {
+        auto voice = openSynth();
+        if (!voice) return 1;
+        synth.emplace(std::move(voice));
+        std::printf("%s\n", synth->driver().describe().c_str());
+    }
     const unsigned cores = std::thread::hardware_concurrency();
     // The preview's threads inherit this thread's core; the load goes to the other one.
     const bool pinned = cores >= 2 && pinTo(0);
-    std::printf("timing_harness: %d s per case, %u cores, preview %s\n", *seconds, cores,
+    std::printf("timing_harness: %d s per case, %u cores, preview %s\n", options->seconds, cores,
                 pinned ? "pinned to core 0, load on core 1" : "not pinned");
     std::printf(
-        "error = note-on send time - tick schedule time, in us; drift in us/min; "
-        "first/last = mean error of the first and last tenth\n");
+        "error = note-on %s time - tick schedule time, in us; drift in us/min; "
+        "first/last = mean error of the first and last tenth\n",
+        synth ? "hand-over to the synthesizer" : "send");
     std::printf(
         "tempo  load    notes       p50       p99     p99.9       max  drift/min"
         "    first     last  sched\n");
@@ -198,7 +276,8 @@ int main(int argc, char** argv) {
         for (const int tempo : {40, 120, 350}) {
             std::unique_ptr<BusyCore> busy;
             if (loaded) busy = std::make_unique<BusyCore>(cores >= 2 ? 1 : 0);
-            const Run run = play(tempo, *seconds);
+            const Run run = synth ? playSynth(synth->synth(), tempo, options->seconds)
+                                  : play(tempo, options->seconds);
             worstPlayCall = std::max(worstPlayCall, run.playCallUs);
             printRow(tempo, loaded ? "loaded" : "idle", run, measure(run, tempo));
         }

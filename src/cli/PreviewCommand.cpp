@@ -3,17 +3,18 @@
 #include "cli/CliAlerts.h"
 #include "cli/InterruptWait.h"
 #include "cli/PreviewOptions.h"
+#include "cli/PreviewPattern.h"
+#include "cli/SynthOpener.h"
 #include "device/MidiLib.h"
 #include "device/RealTimeline.h"
 #include "device/platform/alsa/AlsaMidiService.h"
 #include "device/platform/virtual/VirtualMidiService.h"
 #include "device/platform/virtual/VirtualVolumeService.h"
-#include "files/CFileDataMgr.h"
 #include "model/CPatternMgr.h"
-#include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
 #include "playback/CSeqSim.h"
+#include "playback/LiveSynth.h"
 #include "sim/SimulatedUnit.h"
 
 #include <chrono>
@@ -77,27 +78,6 @@ std::optional<std::int64_t> choosePort(const MidiLib& midi, const std::string& p
     return std::nullopt;
 }
 
-// The file as a new, current pattern showing the chosen variation and window.
-bool preparePattern(const PreviewOptions& o, std::ostream& err) {
-    if (!CFileDataMgr::loadSmf(o.file)) {
-        err << "tavrel-cli: " << o.file.string() << " makes no pattern\n";
-        return false;
-    }
-    CPatternMgr& patterns = Context::current().patterns();
-    const auto pattern = patterns.getCurPattarn();
-    patterns.setCurVariationNum(o.variation);
-    const auto phrase = pattern->getCurPhrase();
-    if (o.from && *o.from >= phrase->getTotalBars()) {
-        err << "tavrel-cli: --from " << *o.from << " is past the end of " << o.file.string()
-            << ", which has " << phrase->getTotalBars() << " bars\n";
-        return false;
-    }
-    if (o.from) phrase->setFrom(*o.from);
-    if (o.bars) phrase->setBars(*o.bars);
-    if (o.tempo) pattern->setTempo(*o.tempo);
-    return true;
-}
-
 void reportStart(const CSeqSim& seq, const std::string& port, std::ostream& out) {
     const CPtnDataMgr& pattern = *seq.getPattern();
     out << "Playing \"" << pattern.getName() << "\" variation " << seq.getVariNum() << ", bars "
@@ -118,6 +98,38 @@ void reportHeard(const VirtualMidiService& midi, std::int64_t port, std::ostream
     out << "The unit heard " << noteOns << " note-ons, then " << offsAtEnd << " note-offs\n";
 }
 
+// Plays until the time is up or Ctrl-C, then stops with every note ended.
+void playUntilDone(CSeqSim& seq, const PreviewOptions& o, InterruptWait& interrupt,
+                   const std::string& through, std::ostream& out) {
+    seq.setup();
+    seq.play();
+    reportStart(seq, through, out);
+    const auto start = std::chrono::steady_clock::now();
+    const std::optional<std::chrono::seconds> limit =
+        o.seconds ? std::optional(std::chrono::seconds(*o.seconds)) : std::nullopt;
+    const bool interrupted = interrupt.wait(limit);
+    seq.stop();
+    const std::chrono::duration<double> played = std::chrono::steady_clock::now() - start;
+    out << (interrupted ? "Interrupted" : "Stopped") << " after " << std::fixed
+        << std::setprecision(1) << played.count() << " s; every note ended\n";
+}
+
+// The built-in synthesizer, through whichever audio driver opens; silent with none.
+int playThroughSynth(const PreviewOptions& o, InterruptWait& interrupt, Context& context,
+                     CommandIo io) {
+    auto synth = SynthOpener::open(o, LiveSynth::kSampleRate, io.err);
+    if (!synth) return kExitFailed;
+    LiveSynth live(std::move(synth));
+    io.out << live.driver().describe() << '\n';
+    CSeqSim& seq = context.install(std::make_unique<CSeqSim>(nullptr));
+    seq.previewOutput().useOutput(live.synth());
+    seq.previewOutput().programChange(context.patterns().getCurPattarn()->getKitNum());
+    playUntilDone(seq, o, interrupt, "the built-in synthesizer", io.out);
+    // The sequencer outlives this function; the synthesizer does not.
+    seq.previewOutput().useMidi();
+    return kExitOk;
+}
+
 }  // namespace
 
 int PreviewCommand::run(const Args& args, CommandIo io) {
@@ -131,7 +143,8 @@ int PreviewCommand::run(const Args& args, CommandIo io) {
     Context context;
     // A format 1 file plays with its tracks merged, as the desktop program suggests.
     context.install<CliAlerts, Alerts>(std::make_unique<CliAlerts>(io.err, true));
-    if (!preparePattern(*options, io.err)) return kExitFailed;
+    if (!PreviewPattern::prepare(*options, io.err)) return kExitFailed;
+    if (options->synth) return playThroughSynth(*options, interrupt, context, io);
     const Output output = options->simulate ? openSimulated(*options->simulate, context, io.err)
                                             : openAlsa(context, io.err);
     if (output.service == nullptr) return kExitFailed;
@@ -144,17 +157,7 @@ int PreviewCommand::run(const Args& args, CommandIo io) {
     const CportProperties port = midi.getOutputPortList()[static_cast<std::size_t>(*index)];
 
     CSeqSim& seq = context.install(std::make_unique<CSeqSim>(&midi));
-    seq.setup();
-    seq.play();
-    reportStart(seq, MidiLib::getDeviceName(port), io.out);
-    const auto start = std::chrono::steady_clock::now();
-    const std::optional<std::chrono::seconds> limit =
-        options->seconds ? std::optional(std::chrono::seconds(*options->seconds)) : std::nullopt;
-    const bool interrupted = interrupt.wait(limit);
-    seq.stop();
-    const std::chrono::duration<double> played = std::chrono::steady_clock::now() - start;
-    io.out << (interrupted ? "Interrupted" : "Stopped") << " after " << std::fixed
-           << std::setprecision(1) << played.count() << " s; every note ended\n";
+    playUntilDone(seq, *options, interrupt, MidiLib::getDeviceName(port), io.out);
     if (output.simulated != nullptr) reportHeard(*output.simulated, port.uniqueID(), io.out);
     return kExitOk;
 }

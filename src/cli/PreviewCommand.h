@@ -1,6 +1,7 @@
 // `tavrel-cli preview FILE.mid`: loads the file as a new pattern and plays one variation's
-// window through the preview sequencer, to an ALSA destination or a unit simulated inside the
-// tool, for a given time or until Ctrl-C, then stops with every note ended.
+// window through the preview sequencer, to an ALSA destination, a unit simulated inside the
+// tool or the built-in synthesizer, for a given time or until Ctrl-C, then stops with every
+// note ended.
 #pragma once
 
 #include "cli/Command.h"
@@ -12,8 +13,9 @@ public:
     // Parses the command line and runs it in a Context of its own.
     static int run(const Args& args, CommandIo io);
     static const char* usage() {
-        return "preview FILE.mid [--variation N] [--from B] [--bars N] [--tempo T] "
-               "[--seconds S] [--port NAME] [--simulate[=QL-900|QL-414XE3]]";
+        return "preview FILE.mid|FILE.QL0:P [--variation N] [--from B] [--bars N] [--tempo T] "
+               "[--seconds S] [--port NAME] [--simulate[=QL-900|QL-414XE3]] "
+               "[--synth [--soundfont FILE]]";
     }
 };
 

@@ -5,6 +5,7 @@
 #include "cli/ListCommand.h"
 #include "cli/MemoryCommand.h"
 #include "cli/PreviewCommand.h"
+#include "cli/RenderCommand.h"
 #include "cli/SmfCommand.h"
 #include "cli/UnitCommand.h"
 #include "model/Context.h"
@@ -36,7 +37,10 @@ constexpr Entry kCommands[] = {
     {"backups", &tavrel::cli::BackupsCommand::run, &tavrel::cli::BackupsCommand::usage,
      "show the kept copies of replaced files, newest first; `unit push COPY` restores one"},
     {"preview", &tavrel::cli::PreviewCommand::run, &tavrel::cli::PreviewCommand::usage,
-     "play a variation of a MIDI file through a MIDI output, until its time is up or Ctrl-C"},
+     "play a variation of a MIDI file through a MIDI output or the built-in synthesizer, until "
+     "its time is up or Ctrl-C"},
+    {"render", &tavrel::cli::RenderCommand::run, &tavrel::cli::RenderCommand::usage,
+     "render a variation's window through the built-in synthesizer into a WAV file"},
 };
 
 void printUsage(std::ostream& out) {

@@ -109,7 +109,7 @@ void CSeqSim::stop() {
     // Ticks the clock raised before it stopped are still played; wait for them, so that
     // the notes they start are ended too.
     if (mSeqThread.started()) mSeqThread.waitIdle();
-    mMidiOut.allOff();
+    mOutput.allOff();
 }
 
 void CSeqSim::setTempo(std::int32_t tempo) {

@@ -13,6 +13,7 @@
 
 #include "model/NotificationCenter.h"
 #include "playback/CMidiOutMgr.h"
+#include "playback/PreviewOutputSelector.h"
 #include "playback/SeqThread.h"
 #include "playback/SeqView.h"
 #include "playback/StorePrm.h"
@@ -82,6 +83,8 @@ public:
     std::shared_ptr<CPhraseData> getPhase() const;
 
     CMidiOutMgr& getMidiOutMgr() { return mMidiOut; }
+    // Where the notes go: the MIDI output unless another output is chosen.
+    PreviewOutputSelector& previewOutput() { return mOutput; }
     TickClock& tickClock() { return mClock; }
     // Whether the clock thread runs under SCHED_FIFO; false without a clock thread.
     bool realTimeClock() const;
@@ -117,6 +120,7 @@ private:
     const std::unique_ptr<ClockSource> mOwnSource;
     CPatternMgr& mPatterns;
     CMidiOutMgr mMidiOut;
+    PreviewOutputSelector mOutput{mMidiOut};
     SeqView mView;
 
     mutable std::mutex lockPlay;

@@ -125,7 +125,7 @@ void CSeqSim::applyPending(std::int32_t change) {
             adoptNextPrm();
             setStartBar(mCurPrm.from, mCurPrm);
             setTempoLocked(mCurPrm.tempo);
-            mMidiOut.programChange(mCurPrm.kit);
+            mOutput.programChange(mCurPrm.kit);
             break;
         case kPendingTempo:
             adoptNextPrm();
@@ -159,7 +159,7 @@ void CSeqSim::playDueNotes() {
             p.lapseTick = kAfterTheEnd;
             return;
         }
-        mMidiOut.noteOn(static_cast<std::int8_t>(r.note), static_cast<std::int8_t>(r.velocity));
+        mOutput.noteOn(static_cast<std::int8_t>(r.note), static_cast<std::int8_t>(r.velocity));
         ++p.count;
         p.lapseTick = wrap32(std::int64_t{p.lapseTick} + recordAt(p, p.count).delta);
         if (p.lapseTick > 0) return;

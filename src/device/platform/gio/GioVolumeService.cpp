@@ -219,5 +219,8 @@ bool GioVolumeService::unmountAndEject(const fs::path& root, std::string& error)
 extern "C" const char* __tsan_default_suppressions() {  // NOLINT(bugprone-reserved-identifier)
     return "race:libglib-2.0.so\n"
            "race:libgobject-2.0.so\n"
-           "race:libgio-2.0.so\n";
+           "race:libgio-2.0.so\n"
+           // FluidSynth loads SoundFont samples on libgomp's threads, which sync by futex too.
+           "called_from_lib:libgomp.so.1\n"
+           "race:libgomp.so.1\n";
 }

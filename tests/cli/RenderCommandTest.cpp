@@ -1,0 +1,115 @@
+// `tavrel-cli render` and `tavrel-cli preview --synth`: the built-in synthesizer from the
+// command line.
+#include "cli/ConvertCommand.h"
+#include "cli/PreviewCommand.h"
+#include "cli/RenderCommand.h"
+#include "playback/SynthFixture.h"
+#include "support/ScratchFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+namespace tavrel::cli {
+namespace {
+
+const std::string kRock = std::string(TAVREL_EXAMPLES_DIR) + "/rock-4-4.mid";
+constexpr std::uintmax_t kWavHeader = 44;
+constexpr std::uintmax_t kFrameBytes = 4;  // 16-bit stereo
+
+class RenderCommandTest : public test::SynthFixture {
+protected:
+    int run(int (*command)(const Args&, CommandIo), const Args& args) {
+        out.str("");
+        err.str("");
+        return command(args, {out, err});
+    }
+    std::string wav() const { return (dir.path() / "out.wav").string(); }
+
+    test::ScratchFolder dir;
+    std::ostringstream out;
+    std::ostringstream err;
+};
+
+// One bar at 240 loops after 383 ticks of 625/240 ms: 997 ms a pass.
+TEST_F(RenderCommandTest, RendersTheChosenWindowOfAMidiFileOrAPatternFile) {
+    const std::string patterns = (dir.path() / "RHYTHM.QL0").string();
+    ASSERT_EQ(run(&ConvertCommand::run, {kRock, "-o", patterns}), kExitOk) << err.str();
+    for (const std::string& input : {kRock, patterns + ":1"}) {
+        ASSERT_EQ(run(&RenderCommand::run, {input, "-o", wav(), "--bars", "1", "--tempo", "240",
+                                            "--loops", "3", "--variation", "1"}),
+                  kExitOk)
+            << input << ": " << err.str();
+        EXPECT_NE(out.str().find("3 passes of 383 ticks"), std::string::npos) << out.str();
+        const std::uintmax_t frames =
+            (std::filesystem::file_size(wav()) - kWavHeader) / kFrameBytes;
+        EXPECT_GE(frames, 3U * 997 * 48) << input;
+        EXPECT_LT(frames, 3U * 997 * 48 + 5 * 48000) << input << ": at most a few seconds of tail";
+        EXPECT_FALSE(std::filesystem::exists(wav() + ".part"));
+    }
+    EXPECT_EQ(run(&RenderCommand::run, {patterns + ":2", "-o", wav()}), kExitFailed);
+    EXPECT_NE(err.str().find("has 1 patterns; there is no pattern 2"), std::string::npos)
+        << err.str();
+}
+
+TEST_F(RenderCommandTest, FailuresSayWhyInOneLineAndLeaveNoFile) {
+    EXPECT_EQ(run(&RenderCommand::run, {kRock, "-o", wav(), "--loops", "1000", "--tempo", "40"}),
+              kExitFailed);
+    EXPECT_EQ(err.str(),
+              "tavrel-cli: the passes would make more than 3 hours of sound; choose "
+              "fewer --loops or --bars\n");
+    EXPECT_FALSE(std::filesystem::exists(wav()));
+    const std::string nowhere = (dir.path() / "missing" / "out.wav").string();
+    EXPECT_EQ(run(&RenderCommand::run, {kRock, "-o", nowhere}), kExitFailed);
+    EXPECT_TRUE(err.str().starts_with("tavrel-cli: cannot write " + nowhere + ": ")) << err.str();
+    const std::string notAFont = (dir.path() / "kit.sf2").string();
+    test::writeBytes(notAFont, {'R', 'I', 'F', 'F', 0, 0});
+    for (const std::string& font : {notAFont, notAFont + ".missing"}) {
+        EXPECT_EQ(run(&RenderCommand::run, {kRock, "-o", wav(), "--soundfont", font}), kExitFailed);
+        EXPECT_NE(err.str().find(font), std::string::npos) << err.str();
+        EXPECT_EQ(err.str().find('\n'), err.str().size() - 1) << "one line: " << err.str();
+        EXPECT_FALSE(std::filesystem::exists(wav()));
+        EXPECT_FALSE(std::filesystem::exists(wav() + ".part"));
+    }
+}
+
+TEST_F(RenderCommandTest, WrongLinesExitTwoWithTheUsage) {
+    struct Case {
+        int (*command)(const Args&, CommandIo);
+        Args args;
+        const char* usage;
+    };
+    const Case cases[] = {
+        {&RenderCommand::run, {kRock}, "render FILE.mid"},
+        {&RenderCommand::run, {kRock, "-o"}, "render FILE.mid"},
+        {&RenderCommand::run, {kRock, "-o", "x.wav", "--loops", "0"}, "render FILE.mid"},
+        {&RenderCommand::run, {kRock, "-o", "x.wav", "--synth"}, "render FILE.mid"},
+        {&RenderCommand::run, {kRock, "-o", "x.wav", "--seconds", "3"}, "render FILE.mid"},
+        {&PreviewCommand::run, {kRock, "--synth", "--simulate"}, "preview FILE.mid"},
+        {&PreviewCommand::run, {kRock, "--soundfont", "x.sf2", "--port", "QL"}, "preview FILE"},
+        {&PreviewCommand::run, {kRock, "--loops", "2"}, "preview FILE.mid"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(run(c.command, c.args), kExitUsage) << c.args.back();
+        EXPECT_NE(err.str().find(std::string("; usage: tavrel-cli ") + c.usage), std::string::npos)
+            << err.str();
+    }
+}
+
+// Without a sound card the preview says so in one line and plays on, silently.
+TEST_F(RenderCommandTest, PreviewThroughTheSynthesizerPlaysWithOrWithoutAudio) {
+    ASSERT_EQ(run(&PreviewCommand::run, {kRock, "--synth", "--seconds", "1"}), kExitOk)
+        << err.str();
+    const std::string text = out.str();
+    EXPECT_TRUE(text.starts_with("The built-in synthesizer plays through ") ||
+                text.starts_with("No audio output opened (tried pipewire, pulseaudio, jack, "
+                                 "alsa); the built-in synthesizer plays silently\n"))
+        << text;
+    EXPECT_NE(text.find("through the built-in synthesizer\nStopped after 1."), std::string::npos)
+        << text;
+    EXPECT_EQ(err.str(), "");
+}
+
+}  // namespace
+}  // namespace tavrel::cli

@@ -1,0 +1,96 @@
+// The synthesizer as the preview's output: chosen beside the MIDI output, its kits, and what
+// happens on a computer where no audio driver opens.
+#include "device/MidiLib.h"
+#include "device/platform/virtual/VirtualMidiService.h"
+#include "playback/CMidiOutMgr.h"
+#include "playback/DrumSynth.h"
+#include "playback/PreviewOutputSelector.h"
+#include "playback/SynthAudioDriver.h"
+#include "playback/SynthFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace tavrel::test {
+namespace {
+
+class SynthOutputTest : public ::testing::Test {
+protected:
+    SynthOutputTest() {
+        Log::setSink([](std::string_view, std::string_view) {});
+    }
+    ~SynthOutputTest() override { Log::setSink({}); }
+
+    void SetUp() override {
+        const auto font = DrumSynth::defaultSoundFont();
+        if (!font) GTEST_SKIP() << "no General MIDI SoundFont installed (./dev deps installs one)";
+        std::string error;
+        synth = DrumSynth::open(*font, 48000, error);
+        ASSERT_TRUE(synth) << error;
+    }
+
+    // Whether anything sounds after a short render.
+    bool sounding() {
+        std::vector<float> block(std::size_t{2} * 256);
+        synth->render(block.data(), 256);
+        return synth->activeVoices() > 0;
+    }
+
+    std::unique_ptr<DrumSynth> synth;
+};
+
+TEST_F(SynthOutputTest, WithNoAudioDriverSaysSoOnceAndStillTakesNotes) {
+    const SynthAudioDriver driver(*synth, {"no-such-driver", "neither"});
+    EXPECT_FALSE(driver.playing());
+    EXPECT_EQ(driver.describe(),
+              "No audio output opened (tried no-such-driver, neither); the built-in synthesizer "
+              "plays silently");
+    synth->noteOn(38, 100);
+    EXPECT_TRUE(sounding());
+}
+
+TEST_F(SynthOutputTest, KitsMapToTheSoundFontsDrumKitsOrTheStandardOne) {
+    // kit number -> drum kit program played; every General MIDI SoundFont the system
+    // packages has the Room (8) and 808 (25) kits and no kit 3.
+    const std::vector<std::pair<int, int>> kits = {{0, 0},   {8, 8},   {25, 25}, {3, 0},
+                                                   {127, 0}, {128, 0}, {-1, 0}};
+    for (const auto& [kit, program] : kits) {
+        synth->programChange(kit);
+        EXPECT_EQ(synth->kitProgram(), program) << kit;
+    }
+}
+
+TEST_F(SynthOutputTest, SelectorSendsToTheChosenOutputAndEndsTheOneLeft) {
+    VirtualMidiService service;
+    const std::int64_t port = service.addDestination("Synth Port");
+    MidiLib midi(service);
+    midi.searchDevice();
+    midi.selectOutputDevice(0);
+    CMidiOutMgr midiOut(&midi);
+    PreviewOutputSelector output(midiOut);
+
+    output.useOutput(*synth);
+    output.noteOn(38, 100);
+    EXPECT_TRUE(sounding());
+    EXPECT_TRUE(service.backlog(port).empty());
+
+    output.useMidi();  // the synthesizer's notes end as it is left
+    for (int i = 0; i < 400 && synth->activeVoices() > 0; ++i) sounding();
+    EXPECT_EQ(synth->activeVoices(), 0);
+    output.noteOn(36, 90);
+    ASSERT_EQ(service.backlog(port).size(), 1U);
+    EXPECT_EQ(service.backlog(port)[0].bytes, (std::vector<std::uint8_t>{0x99, 36, 90}));
+}
+
+// Values a MIDI data byte cannot carry are not played, rather than wrapped into other notes.
+TEST_F(SynthOutputTest, NotesOutsideTheMidiRangeAreNotPlayed) {
+    for (const auto& [note, velocity] :
+         std::vector<std::pair<int, int>>{{-1, 100}, {128, 100}, {38, 0}, {38, 128}, {38, -3}}) {
+        synth->noteOn(note, velocity);
+        EXPECT_FALSE(sounding()) << note << ' ' << velocity;
+    }
+}
+
+}  // namespace
+}  // namespace tavrel::test
