@@ -1,0 +1,39 @@
+#include "app/LoadVC.h"
+
+#include "app/CPtnEditViewController.h"
+#include "app/DeviceSteps.h"
+
+#include <QBoxLayout>
+#include <QProgressBar>
+#include <QTimer>
+
+namespace tavrel::app {
+
+LoadVC::LoadVC(AppSession& session, CPtnEditViewController& window)
+    : ConnectionDialog(session, window, "LoadVC", "Now loading the unit's kits and patterns...") {
+    auto* busy = new QProgressBar(this);
+    busy->setRange(0, 0);  // the sequence's steps have no known length
+    busy->setTextVisible(false);
+    body()->addWidget(busy);
+}
+
+void LoadVC::showEvent(QShowEvent* event) {
+    ConnectionDialog::showEvent(event);
+    if (!mStarted) QTimer::singleShot(0, this, &LoadVC::startLoading);
+}
+
+void LoadVC::startLoading() {
+    if (mStarted) return;
+    mStarted = true;
+    const bool started =
+        steps().start(DeviceSteps::Step::LoadSequence, [this](const DeviceSteps::Outcome&) {
+            close();
+            mWindow.loadSequenceEnded();
+        });
+    if (!started) {
+        close();
+        mWindow.loadSequenceEnded();
+    }
+}
+
+}  // namespace tavrel::app

@@ -1,0 +1,62 @@
+#include "app/NoConnectVC.h"
+
+#include "app/AppDelegate.h"
+#include "app/CPtnEditViewController.h"
+#include "app/DeviceSteps.h"
+#include "device/CConnectionMgr.h"
+
+#include <QAction>
+#include <QPushButton>
+
+namespace tavrel::app {
+
+NoConnectVC::NoConnectVC(AppSession& session, CPtnEditViewController& window)
+    : ConnectionDialog(session, window, "NoConnectVC",
+                       "No QL unit is connected.\n\nConnect the unit to this computer with its "
+                       "USB cable and switch it on; Tavrel goes on by itself.") {
+    exportButton = addButton("Export...", "exportButton", [this] { mAppDelegate.dataExport(); });
+    addButton("Quit", "quitButton", [this] { onQuit(); });
+}
+
+void NoConnectVC::showEvent(QShowEvent* event) {
+    ConnectionDialog::showEvent(event);
+    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
+                       mAppDelegate.getMenuOfApply(), mAppDelegate.getMenuOfApplyAll(),
+                       mAppDelegate.getMenuOfMount()}) {
+        a->setEnabled(false);
+    }
+    exportButton->setVisible(anyPattern());
+    mAppDelegate.getMenuOfExport()->setEnabled(anyPattern());
+    startTimer(100, [this] { checkQL27T(); });
+}
+
+void NoConnectVC::checkQL27T() {
+    if (!link().getConnected()) {
+        mAsked = false;
+        return;
+    }
+    if (steps().busy()) return;
+    if (!mAsked) {
+        mAsked = true;
+        steps().start(DeviceSteps::Step::AskOccupied,
+                      [this](const DeviceSteps::Outcome& o) { answered(o.ok && !o.cancelled); });
+    }
+}
+
+void NoConnectVC::answered(bool held) {
+    if (!isVisible() || !link().getConnected()) {
+        mAsked = false;
+        return;
+    }
+    if (held) {
+        if (mOccupitViewFlag) return;
+        mOccupitViewFlag = true;
+        close();
+        mWindow.performSegue("ShowOccupited");
+    } else if (link().getEditorMode() == 0) {
+        close();
+        mWindow.performSegue("ShowLoading");
+    }
+}
+
+}  // namespace tavrel::app

@@ -1,0 +1,51 @@
+#include "app/OccupitedVC.h"
+
+#include "app/AppDelegate.h"
+#include "app/CPtnEditViewController.h"
+#include "app/DeviceSteps.h"
+#include "device/CConnectionMgr.h"
+
+#include <QAction>
+
+namespace tavrel::app {
+
+OccupitedVC::OccupitedVC(AppSession& session, CPtnEditViewController& window)
+    : ConnectionDialog(session, window, "OccupitedVC",
+                       "Another editor holds the QL unit.\n\nClose the other editor, then "
+                       "connect again.") {
+    addButton("Quit", "quitButton", [this] { onQuit(); });
+    addButton("Connect", "connectButton", [this] { onConnect(); });
+}
+
+void OccupitedVC::showEvent(QShowEvent* event) {
+    ConnectionDialog::showEvent(event);
+    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
+                       mAppDelegate.getMenuOfExport(), mAppDelegate.getMenuOfApply(),
+                       mAppDelegate.getMenuOfApplyAll()}) {
+        a->setEnabled(false);
+    }
+    mAppDelegate.getMenuOfMount()->setChecked(false);
+}
+
+void OccupitedVC::hideEvent(QHideEvent* event) {
+    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
+                       mAppDelegate.getMenuOfApply(), mAppDelegate.getMenuOfApplyAll()}) {
+        a->setEnabled(true);
+    }
+    mAppDelegate.getMenuOfMount()->setChecked(true);
+    ConnectionDialog::hideEvent(event);
+}
+
+// The unit is asked again; only a free unit, not yet held by us, goes on to loading.
+void OccupitedVC::onConnect() {
+    if (!link().getConnected() ||
+        !steps().start(DeviceSteps::Step::AskOccupied, [this](const DeviceSteps::Outcome& o) {
+            if (!isVisible() || o.ok || o.cancelled || link().getEditorMode() != 0) return;
+            close();
+            mWindow.performSegue("ShowLoading");
+        })) {
+        return;
+    }
+}
+
+}  // namespace tavrel::app

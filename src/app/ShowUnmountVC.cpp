@@ -1,0 +1,62 @@
+#include "app/ShowUnmountVC.h"
+
+#include "app/AppDelegate.h"
+#include "app/CPtnEditViewController.h"
+#include "app/DeviceSteps.h"
+#include "device/CConnectionMgr.h"
+
+#include <QAction>
+#include <QPushButton>
+
+namespace tavrel::app {
+
+ShowUnmountVC::ShowUnmountVC(AppSession& session, CPtnEditViewController& window)
+    : ConnectionDialog(session, window, "ShowUnmountVC",
+                       "The QL unit's storage is not mounted.\n\nMount it to load and save "
+                       "the unit's patterns.") {
+    mExportButton = addButton("Export...", "exportButton", [this] { mAppDelegate.dataExport(); });
+    addButton("Quit", "quitButton", [this] { onQuit(); });
+    addButton("Mount", "mountButton", [this] { onMount(); });
+}
+
+void ShowUnmountVC::showEvent(QShowEvent* event) {
+    ConnectionDialog::showEvent(event);
+    startTimer(100, [this] { checkQL27T(); });
+    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
+                       mAppDelegate.getMenuOfApply(), mAppDelegate.getMenuOfApplyAll()}) {
+        a->setEnabled(false);
+    }
+    mAppDelegate.getMenuOfMount()->setChecked(false);
+    mExportButton->setVisible(anyPattern());
+    mAppDelegate.getMenuOfExport()->setEnabled(anyPattern());
+}
+
+void ShowUnmountVC::hideEvent(QHideEvent* event) {
+    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
+                       mAppDelegate.getMenuOfApply(), mAppDelegate.getMenuOfApplyAll()}) {
+        a->setEnabled(true);
+    }
+    mAppDelegate.getMenuOfMount()->setChecked(true);
+    ConnectionDialog::hideEvent(event);
+}
+
+// A unit still in editor mode whose storage went away is left alone: only a unit we do not
+// hold yet is loaded again.
+void ShowUnmountVC::onMount() {
+    if (!link().getConnected()) return;
+    steps().start(DeviceSteps::Step::AskOccupied, [this](const DeviceSteps::Outcome& o) {
+        if (!isVisible() || o.cancelled) return;
+        if (o.ok && link().getEditorMode() == 0) {
+            mAppDelegate.getMenuOfMount()->setChecked(false);
+            mWindow.performSegue("ShowOccupited");
+        } else if (link().getEditorMode() == 0) {
+            mWindow.performSegue("ShowLoading");
+        }
+    });
+}
+
+void ShowUnmountVC::checkQL27T() {
+    if (link().getConnected() && link().getMount() != 0 && link().getEditorMode() != 0) close();
+}
+
+}  // namespace tavrel::app
