@@ -4,6 +4,7 @@
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
 #include "playback/CSeqSim.h"
+#include "views/CPtnEditTableView.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -51,9 +52,9 @@ void CPatternEditView::update() {
     }
     const int variation = patterns.getCurVairationNum();
     mTitle->setText(QString::fromStdString(pattern->getName()).trimmed());
-    mDetail->setText(QString("%1   kit %2   %3 bpm   %4/%5")
+    mDetail->setText(QString("%1    Kit: %2    %3 bpm    %4/%5")
                          .arg(kVariationNames[variation >= 0 && variation < 10 ? variation : 0])
-                         .arg(pattern->getKitNum() + 1)
+                         .arg(CPtnEditTableView::kitName(pattern->getKitNum()))
                          .arg(pattern->getTempo())
                          .arg(pattern->getNume())
                          .arg(pattern->getDeno()));
