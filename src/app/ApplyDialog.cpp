@@ -60,8 +60,9 @@ ApplyDialog::ApplyDialog(AppSession& session, CPtnEditViewController& window, co
 void ApplyDialog::begin(bool allMemories) {
     if (mWorking) return;
     mWorking = true;
+    const bool visible = isVisible();
     setWindowFlag(Qt::WindowCloseButtonHint, false);
-    if (isVisible()) show();  // a changed window flag hides the window
+    if (visible) show();  // a changed window flag hides the window
     mLabel->setText("Now Working...");
     mCancelButton->hide();
     mGoButton->hide();

@@ -214,6 +214,7 @@ bool CPtnEditViewController::checkDiskMount() {
 
 void CPtnEditViewController::changeBeat() {
     showStatus();
+    emit watchTicked();
     if (mSession.link() == nullptr) return;
     // A step under way, or a dialog taking the user through one, owns the link until it ends.
     const bool dialogUp =

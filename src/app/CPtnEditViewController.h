@@ -66,6 +66,8 @@ public:
 signals:
     // The window shows what it will show until the user acts: loaded, or a connection dialog up.
     void settled();
+    // The 0.1 s watch has run once.
+    void watchTicked();
 
 protected:
     void showEvent(QShowEvent* event) override;

@@ -9,6 +9,7 @@
 #include "model/Notifications.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
 #include <QTimer>
@@ -60,6 +61,10 @@ void ConnectionDialog::startTimer(int ms, std::function<void()> tick) {
 void ConnectionDialog::hideEvent(QHideEvent* event) {
     if (mTimer != nullptr) mTimer->stop();
     QDialog::hideEvent(event);
+}
+
+void ConnectionDialog::keyPressEvent(QKeyEvent* event) {
+    if (event->key() != Qt::Key_Escape) QDialog::keyPressEvent(event);
 }
 
 CConnectionMgr& ConnectionDialog::link() {

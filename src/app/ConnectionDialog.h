@@ -41,7 +41,7 @@ protected:
 
     void hideEvent(QHideEvent* event) override;
     // Escape does not close a dialog that stands for the link's state.
-    void reject() override {}
+    void keyPressEvent(QKeyEvent* event) override;
 
     CConnectionMgr& link();
     DeviceSteps& steps();

@@ -1,0 +1,139 @@
+// The whole desktop program against a unit simulated in the test, on Qt's offscreen platform:
+// a Context, the session, the menus and the main window, shown. Modal message boxes are
+// answered by a helper that waits for them on the event loop, never by sleeping.
+#pragma once
+
+#include "app/AppDelegate.h"
+#include "app/AppOptions.h"
+#include "app/AppSession.h"
+#include "app/CPtnEditViewController.h"
+#include "app/DeviceSteps.h"
+#include "model/CEditNotify.h"
+#include "model/CPatternMgr.h"
+#include "model/Context.h"
+#include "sim/SimulatedUnit.h"
+
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QDialog>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace tavrel::test {
+
+// Waits on the event loop until `done` holds; false after `ms`.
+inline bool waitUntil(const std::function<bool()>& done, int ms = 10000) {
+    return QTest::qWaitFor(done, ms);
+}
+
+// Answers the next message box (an alert or a question) by clicking the button named
+// `button`, from the event loop, as soon as it is up; remembers its text.
+class AlertAnswer {
+public:
+    explicit AlertAnswer(QString button) : mButton(std::move(button)) {
+        QObject::connect(&mTimer, &QTimer::timeout, [this] { poll(); });
+        mTimer.start(5);
+    }
+    bool answered() const { return mText.has_value(); }
+    QString text() const { return mText.value_or(QString()); }
+
+private:
+    void poll() {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (box == nullptr || mText) return;
+        mText = box->text();
+        mTimer.stop();
+        for (QAbstractButton* b : box->buttons()) {
+            if (b->text().remove('&') == mButton) {
+                b->click();
+                return;
+            }
+        }
+        ADD_FAILURE() << "no button " << mButton.toStdString() << " on " << mText->toStdString();
+        box->reject();
+    }
+
+    QString mButton;
+    QTimer mTimer;
+    std::optional<QString> mText;
+};
+
+class AppRig {
+public:
+    // `args` as on the command line, --simulate and a fresh storage folder added.
+    explicit AppRig(QStringList args = {}, bool show = true) {
+        QString error;
+        args << "--simulate"
+             << "--sim-storage" << mStorage.path();
+        const auto options = app::AppOptions::parse(args, error);
+        EXPECT_TRUE(options) << error.toStdString();
+        mSession = std::make_unique<app::AppSession>(*options);
+        mDelegate = std::make_unique<app::AppDelegate>(*mSession);
+        mWindow = std::make_unique<app::CPtnEditViewController>(*mSession, *mDelegate);
+        mWindow->setPendingMidiFiles(options->midiFiles);
+        if (show) this->show();
+    }
+    // Shows the window and makes it the active one, where shortcuts and keys go.
+    void show() {
+        mWindow->show();
+        mWindow->activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(mWindow.get()));
+    }
+    ~AppRig() {
+        CEditNotify::clr();
+        mWindow->close();  // lets the unit go, as quitting does
+        waitUntil([this] { return !mSession->steps()->busy(); });
+        mWindow.reset();
+        mDelegate.reset();
+        mSession.reset();
+    }
+
+    app::CPtnEditViewController& window() { return *mWindow; }
+    app::AppDelegate& menus() { return *mDelegate; }
+    app::AppSession& session() { return *mSession; }
+    sim::SimulatedUnit& unit() { return *mSession->simulatedUnit(); }
+    std::filesystem::path dataFolder() const {
+        return std::filesystem::path(mStorage.path().toStdString()) / "VANTIK" / "DATA";
+    }
+
+    // The dialog named `name` while it is shown, else null.
+    QDialog* dialog(const char* name) const {
+        auto* d = mWindow->findChild<QDialog*>(name);
+        return d != nullptr && d->isVisible() ? d : nullptr;
+    }
+    bool loaded() {
+        return Context::current().patterns().getActive() && !mSession->steps()->busy() &&
+               dialog("LoadVC") == nullptr && mWindow->windowTitle().startsWith("Tavrel [");
+    }
+    void click(const char* dialogName, const char* button) {
+        QDialog* d = dialog(dialogName);
+        ASSERT_NE(d, nullptr) << dialogName;
+        auto* b = d->findChild<QPushButton*>(button);
+        ASSERT_NE(b, nullptr) << button;
+        QTest::mouseClick(b, Qt::LeftButton);
+    }
+    // Lets the watch run `n` more times.
+    void watchTicks(int n) {
+        QSignalSpy ticks(mWindow.get(), &app::CPtnEditViewController::watchTicked);
+        ASSERT_TRUE(waitUntil([&] { return ticks.count() >= n; }));
+    }
+
+private:
+    Context mContext;  // first made, last gone
+    QTemporaryDir mStorage;
+    std::unique_ptr<app::AppSession> mSession;
+    std::unique_ptr<app::AppDelegate> mDelegate;
+    std::unique_ptr<app::CPtnEditViewController> mWindow;
+};
+
+}  // namespace tavrel::test
