@@ -10,6 +10,7 @@ void CliAlerts::print(const std::string& message, const std::string& informative
 }
 
 void CliAlerts::alert(const std::string& message, const std::string& informative) {
+    std::lock_guard lock(mLock);
     ++mAlerts;
     print(message, informative);
     mErr << '\n';
@@ -17,6 +18,7 @@ void CliAlerts::alert(const std::string& message, const std::string& informative
 
 bool CliAlerts::ask(const std::string& message, const std::string& informative,
                     const std::string& confirmButton) {
+    std::lock_guard lock(mLock);
     print(message, informative);
     mErr << " -> " << (mConfirm ? confirmButton : "Cancel") << '\n';
     if (!mConfirm) ++mDeclined;

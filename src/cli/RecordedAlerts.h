@@ -1,9 +1,11 @@
 // The alerts of a command that talks to the unit: printed on stderr as they come (once each,
 // by CliAlerts) and kept, so that the command's report can name the one that stopped it.
+// The link raises them on its device thread, the command reads them on its own.
 #pragma once
 
 #include "cli/CliAlerts.h"
 
+#include <mutex>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -20,9 +22,10 @@ public:
              const std::string& confirmButton) override;
 
     // The messages shown so far, oldest first.
-    const std::vector<std::string>& shown() const { return mShown; }
+    std::vector<std::string> shown() const;
 
 private:
+    mutable std::mutex mLock;
     CliAlerts mPrinter;
     std::vector<std::string> mShown;
 };

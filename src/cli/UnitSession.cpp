@@ -2,7 +2,7 @@
 
 #include "cli/CliPoster.h"
 #include "device/CConnectionMgr.h"
-#include "device/CLoadExec.h"
+#include "device/LinkRunner.h"
 #include "device/MidiLib.h"
 #include "device/RealTimeline.h"
 #include "device/ThreadWaiter.h"
@@ -16,6 +16,7 @@
 #include "sim/SimulatedUnit.h"
 
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 namespace tavrel::cli {
@@ -33,8 +34,6 @@ struct Services {
     sim::SimulatedUnit* unit = nullptr;
 };
 
-// The unit's volume is given up to a second after mounting before its files are touched.
-constexpr std::chrono::seconds kVolumeSettle{1};
 constexpr const char* kSequencer = "/dev/snd/seq";
 
 // Both services virtual and shared with a unit simulated here, plugged in before the
@@ -87,7 +86,8 @@ std::unique_ptr<UnitSession> UnitSession::open(const UnitOptions& options, std::
     auto& alerts = context.install<RecordedAlerts, Alerts>(std::make_unique<RecordedAlerts>(err));
     auto& link = context.install<CConnectionMgr, UnitStorage>(
         std::make_unique<CConnectionMgr>(midi, *s.volumes, waiter, alerts));
-    return std::unique_ptr<UnitSession>(new UnitSession(poster, link, alerts, s.unit));
+    auto& runner = context.install(std::make_unique<LinkRunner>(link, poster.poster()));
+    return std::unique_ptr<UnitSession>(new UnitSession(poster, link, runner, alerts, s.unit));
 }
 
 std::string UnitSession::modelName() const {
@@ -96,40 +96,43 @@ std::string UnitSession::modelName() const {
         .name();
 }
 
+LinkRunner::Outcome UnitSession::run(LinkRunner::Step step) {
+    drain();
+    std::optional<LinkRunner::Outcome> end;
+    // Only this thread starts steps, and each is waited for: the runner is never busy here.
+    mRunner.start(step, [&end](const LinkRunner::Outcome& outcome) { end = outcome; });
+    mPoster.runUntil([&end] { return end.has_value(); });
+    if (!end->reason.empty()) mAlerts.alert(end->reason);
+    return *end;
+}
+
 bool UnitSession::askHeld(bool& held) {
-    const std::size_t before = mAlerts.shown().size();
-    held = mLink.getOccupied();
-    if (mLink.unitGone()) return failed(before);
-    return mAlerts.shown().size() == before;
+    const int alertsBefore = mLink.alertsShown();
+    const LinkRunner::Outcome outcome = run(LinkRunner::Step::AskOccupied);
+    held = outcome.ok;
+    return outcome.reason.empty() && !outcome.cancelled && mLink.alertsShown() == alertsBefore;
 }
 
 bool UnitSession::readyToTake() {
     drain();
-    const std::size_t before = mAlerts.shown().size();
+    if (!mLink.getConnected()) {
+        mAlerts.alert(mLink.failureReason());
+        return false;
+    }
     bool held = false;
-    if (!mLink.getConnected() || !askHeld(held)) return failed(before);
-    drain();
-    return true;
+    return askHeld(held);
 }
 
 bool UnitSession::load() {
     if (!readyToTake()) return false;
-    const std::size_t before = mAlerts.shown().size();
     const auto start = Clock::now();
-    const bool loaded = CLoadExec::exec();
+    const bool loaded = run(LinkRunner::Step::LoadSequence).ok;
     mLoadTime = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
-    return loaded || failed(before);
+    return loaded;
 }
 
 bool UnitSession::store() {
-    if (!readyToTake()) return false;
-    const std::size_t before = mAlerts.shown().size();
-    if (!mLink.setEditorMode()) return failed(before);
-    drain();
-    if (!mLink.mountQl()) return failed(before);
-    // As in the load sequence, a pause that a responsive unit cuts short; a volume that
-    // vanishes meanwhile makes the write fail.
-    mLink.waitForVolume(kVolumeSettle);
+    if (!readyToTake() || !run(LinkRunner::Step::Storage).ok) return false;
     if (CFileDataMgr::saveData()) return true;
     mAlerts.alert("User Pattern file cannot be created.");
     return false;
@@ -137,28 +140,11 @@ bool UnitSession::store() {
 
 bool UnitSession::release() {
     drain();
-    return mLink.getEditorMode() == 0 || mLink.editorOff();
+    return mLink.getEditorMode() == 0 || run(LinkRunner::Step::EditorOff).ok;
 }
 
 void UnitSession::drain() {
     mPoster.drain();
-}
-
-// The link's steps that fail without a word do so when the unit went away (the step ends as
-// it goes), left editor mode by itself (reporting its storage unmounted), or mounted a
-// storage this computer never saw.
-bool UnitSession::failed(std::size_t alertsBefore) {
-    if (mAlerts.shown().size() != alertsBefore) return false;
-    // A unit that went during the step is only seen gone once its removal is handled.
-    drain();
-    if (!mLink.getConnected()) {
-        mAlerts.alert("Unit not connected.");
-    } else if (mLink.getEditorMode() == 0) {
-        mAlerts.alert("Unit left editor mode.");
-    } else {
-        mAlerts.alert("Unit storage not found.");
-    }
-    return false;
 }
 
 }  // namespace tavrel::cli

@@ -3,19 +3,21 @@
 // open() makes the objects in the current Context, in the program's start-up order, so that
 // they outlive the link: the MIDI and volume services, the timeline, the simulated unit when
 // there is one (its endpoints exist before the transport looks for them), the transport with
-// the tool's main-thread queue, the waiter, the alerts and the link itself. The Context ends
-// them in reverse order.
+// the tool's main-thread queue, the waiter, the alerts, the link itself and the device thread
+// that runs its steps. The Context ends them in reverse order.
 //
-// The link's "held" state starts as "no report yet", so every step that takes the unit asks
-// first whether another editor holds it. Failures are shown as alerts, once each: the link's
-// own, or one of the tool's where a step of the link fails without a word. Main thread only.
+// Every step runs on the link's device thread, as on the desktop; the tool's thread waits for
+// the step's end in its queue, running the endpoint changes posted meanwhile. The link's
+// "held" state starts as "no report yet", so every step that takes the unit asks first
+// whether another editor holds it. Failures are shown as alerts, once each: the link's own,
+// or the reason the link gives where a step fails without a word. The tool's thread only.
 #pragma once
 
 #include "cli/RecordedAlerts.h"
 #include "cli/UnitOptions.h"
+#include "device/LinkRunner.h"
 
 #include <chrono>
-#include <cstddef>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -57,25 +59,29 @@ public:
     // Ends the editor mode a step started, which gives the storage back to the unit. True
     // when there was none to end.
     bool release();
+    // Ends the wait of the step under way at once; from any thread.
+    void cancel() { mRunner.cancel(); }
 
     // How long the last load sequence took.
     std::chrono::microseconds loadTime() const { return mLoadTime; }
 
 private:
-    UnitSession(CliPoster& poster, CConnectionMgr& link, RecordedAlerts& alerts,
+    UnitSession(CliPoster& poster, CConnectionMgr& link, LinkRunner& runner, RecordedAlerts& alerts,
                 sim::SimulatedUnit* unit)
-        : mPoster(poster), mLink(link), mAlerts(alerts), mUnit(unit) {}
+        : mPoster(poster), mLink(link), mRunner(runner), mAlerts(alerts), mUnit(unit) {}
 
     // Runs what MIDI posted for the main thread; called between steps.
     void drain();
+    // Runs `step` on the device thread and waits for its end; a failure the link did not
+    // alert is alerted with the link's reason.
+    LinkRunner::Outcome run(LinkRunner::Step step);
     // A connected unit that has answered whether another editor holds it; taking a held unit
     // is then refused, with its alert, by the link.
     bool readyToTake();
-    // False, with an alert saying why unless one was shown since `alertsBefore`.
-    bool failed(std::size_t alertsBefore);
 
     CliPoster& mPoster;
     CConnectionMgr& mLink;
+    LinkRunner& mRunner;
     RecordedAlerts& mAlerts;
     sim::SimulatedUnit* mUnit;
     std::chrono::microseconds mLoadTime{0};

@@ -1,10 +1,10 @@
 #include "device/CConnectionMgr.h"
 
+#include "device/LinkReadings.h"
 #include "device/MidiLib.h"
 #include "device/Waiter.h"
-#include "files/CFileDataMgr.h"
+#include "files/PatternFileImage.h"
 #include "model/Alerts.h"
-#include "model/CKitMgr.h"
 #include "model/Context.h"
 #include "model/Log.h"
 #include "model/NotificationCenter.h"
@@ -20,46 +20,7 @@ using namespace std::chrono_literals;
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
-
-// The names the unit's endpoints carry, by model index; the same list serves sources and
-// destinations.
-constexpr const char* kModelNames[] = {"QL-900", "QL-414XE3"};
-
-// Start of exclusive, manufacturer 41, device 10, then the model's five-byte id.
-constexpr std::uint8_t kHeaders[2][8] = {
-    {0xF0, 0x41, 0x10, 0x00, 0x00, 0x00, 0x00, 0x04},
-    {0xF0, 0x41, 0x10, 0x00, 0x00, 0x00, 0x00, 0x05},
-};
-constexpr std::size_t kHeaderBytes = 8;
-constexpr std::uint8_t kDataSet = 0x12;
-constexpr std::uint8_t kDataRequest = 0x11;
-constexpr std::size_t kCommandAt = 8;
-// Four 7-bit address bytes follow the command, most significant first; then the data.
-constexpr std::size_t kAddressAt = 9;
-constexpr std::size_t kDataAt = 13;
-// Header, command, address, checksum and F7 around a data-set message's data.
-constexpr std::size_t kDataSetFrame = 15;
-
-constexpr std::uint32_t kEditorModeAddress = 0x0FFC0000;  // 7F 70 00 00
-constexpr std::uint32_t kMountAddress = 0x0FFC0001;       // 7F 70 00 01
-constexpr std::uint32_t kKitNameAddress = 0x0FFC0080;     // 7F 70 01 00: kit 0's name
-// Kit replies at offsets up to three slots past the table are still counted; their bytes
-// past the table are dropped.
-constexpr std::uint32_t kKitOffsetLimit = 1648;
-
-// Bodies after the command byte: address, data (data set) or size (request), checksum, F7.
-// The checksums are part of the constants; nothing here computes one.
-constexpr std::uint8_t kEditorOnBody[] = {0x7F, 0x70, 0x00, 0x00, 0x01, 0x10, 0xF7};
-constexpr std::uint8_t kEditorOffBody[] = {0x7F, 0x70, 0x00, 0x00, 0x00, 0x11, 0xF7};
-constexpr std::uint8_t kMountBody[] = {0x7F, 0x70, 0x00, 0x01, 0x01, 0x0F, 0xF7};
-constexpr std::uint8_t kUnmountBody[] = {0x7F, 0x70, 0x00, 0x01, 0x00, 0x10, 0xF7};
-constexpr std::uint8_t kReqEditorModeBody[] = {0x7F, 0x70, 0x00, 0x00, 0x00,
-                                               0x00, 0x00, 0x01, 0x10, 0xF7};
-constexpr std::uint8_t kReqMountBody[] = {0x7F, 0x70, 0x00, 0x01, 0x00,
-                                          0x00, 0x00, 0x01, 0x0F, 0xF7};
-// Asks for 99 slots' worth; the unit answers with one data-set message per kit.
-constexpr std::uint8_t kReqKitNameBody[] = {0x7F, 0x70, 0x01, 0x00, 0x00,
-                                            0x00, 0x00, 0x63, 0x2D, 0xF7};
+using Request = UnitMessages::Request;
 
 // Each "up to N s, once a second" of the protocol, as one wait with the same deadline.
 constexpr auto kEditorModeReply = 5s;
@@ -74,13 +35,7 @@ constexpr auto kUnmountReport = 1s + 14s;
 constexpr auto kRetryPause = 1s;
 constexpr int kPatternFileReads = 5;
 constexpr const char* kBusy = "Unit is busy.";
-
-std::uint32_t addressOf(Bytes message) {
-    return static_cast<std::uint32_t>(message[kAddressAt]) << 21 |
-           static_cast<std::uint32_t>(message[kAddressAt + 1]) << 14 |
-           static_cast<std::uint32_t>(message[kAddressAt + 2]) << 7 |
-           static_cast<std::uint32_t>(message[kAddressAt + 3]);
-}
+constexpr const char* kPatternFile = "/RHYTHM.QL0";
 
 }  // namespace
 
@@ -115,8 +70,9 @@ void CConnectionMgr::reviseMidiDevice() {
 int CConnectionMgr::selectUnitSource() {
     const auto& sources = mMidiLib.getInputPortList();
     for (std::size_t i = 0; i < sources.size(); ++i) {
-        for (int model = 0; model < std::ssize(kModelNames); ++model) {
-            if (MidiLib::getDeviceName(sources[i]).find(kModelNames[model]) == std::string::npos) {
+        for (int model = 0; model < UnitMessages::kModels; ++model) {
+            const std::string& name = MidiLib::getDeviceName(sources[i]);
+            if (name.find(UnitMessages::modelName(model)) == std::string::npos) {
                 continue;
             }
             mMidiLib.selectInputDevice(static_cast<std::int64_t>(i));
@@ -132,7 +88,8 @@ int CConnectionMgr::selectUnitSource() {
 bool CConnectionMgr::selectUnitDestination(int model) {
     const auto& destinations = mMidiLib.getOutputPortList();
     for (std::size_t i = 0; i < destinations.size(); ++i) {
-        if (MidiLib::getDeviceName(destinations[i]).find(kModelNames[model]) != std::string::npos) {
+        const std::string& name = MidiLib::getDeviceName(destinations[i]);
+        if (name.find(UnitMessages::modelName(model)) != std::string::npos) {
             mMidiLib.selectOutputDevice(static_cast<std::int64_t>(i));
             mMidiOutConeected = true;
             return true;
@@ -158,26 +115,22 @@ void CConnectionMgr::postConnect() {
 void CConnectionMgr::rxMidiData(const MidiPacket& packet) {
     const Bytes message(packet.data.data(),
                         std::min<std::size_t>(packet.length, packet.data.size()));
-    // Bytes past the message are never looked at: one too short for its address is no reply.
-    if (message.size() < kDataAt) return;
-    const int model = mConnectedModel;
-    if (!std::equal(kHeaders[model], kHeaders[model] + kHeaderBytes, message.begin())) return;
-    const std::uint32_t address = addressOf(message);
-    if (address == kMountAddress) {
-        if (message.size() <= kDataAt) return;
-        const int mount = message[kDataAt];
-        mMountFlag = mount;
-        Log::linef("device", "rx mount: %d", mount);
-        // The unit left mount mode by itself, and with it the editor's hold.
-        if (mount == 0 && mEditorMode != 0) mEditorMode = 0;
-    } else if (address == kEditorModeAddress) {
-        if (message.size() <= kDataAt) return;
-        mTargetEditorMode = message[kDataAt];
-        Log::linef("device", "rx editor mode: %d", static_cast<int>(message[kDataAt]));
-    } else {
-        const std::uint32_t offset = address - kKitNameAddress;
-        if (offset > kKitOffsetLimit) return;
-        decodeKitName(offset, message);
+    const auto reply = UnitMessages::decode(mConnectedModel, message);
+    if (!reply) return;
+    switch (reply->kind) {
+        case UnitMessages::Reply::Kind::Mount:
+            mMountFlag = reply->value;
+            Log::linef("device", "rx mount: %d", reply->value);
+            // The unit left mount mode by itself, and with it the editor's hold.
+            if (reply->value == 0 && mEditorMode != 0) mEditorMode = 0;
+            break;
+        case UnitMessages::Reply::Kind::EditorMode:
+            mTargetEditorMode = reply->value;
+            Log::linef("device", "rx editor mode: %d", reply->value);
+            break;
+        case UnitMessages::Reply::Kind::KitName:
+            decodeKitName(reply->offset, reply->names);
+            break;
     }
     mWaiter.notify();
 }
@@ -185,12 +138,10 @@ void CConnectionMgr::rxMidiData(const MidiPacket& packet) {
 // The unit answers the kit request with one data-set message per kit, 16 name bytes at kit
 // 0's address + 16 x kit, and ends the list with a slot whose first byte is 0. Every reply
 // counts, a short one too, so that the count tells a complete list from one with a reply lost.
-void CConnectionMgr::decodeKitName(std::uint32_t offset, Bytes message) {
-    const std::size_t dataBytes =
-        message.size() > kDataSetFrame ? message.size() - kDataSetFrame : 0;
-    mKitName.store(offset, message.subspan(kDataAt, dataBytes));
+void CConnectionMgr::decodeKitName(std::uint32_t offset, Bytes names) {
+    mKitName.store(offset, names);
     mRxKitNum += 1;
-    const std::int64_t end = static_cast<std::int64_t>(offset + dataBytes);
+    const std::int64_t end = static_cast<std::int64_t>(offset + names.size());
     // The slot holding the last byte written; division toward zero keeps a reply without
     // data at slot 0.
     const auto lastSlot = static_cast<std::size_t>((end - 1) / 16);
@@ -204,7 +155,7 @@ void CConnectionMgr::endKitList(std::size_t lastSlot) {
          ++slot) {
         Log::linef("device", "%02d:%s", static_cast<int>(slot), mKitName.slotText(slot).c_str());
     }
-    // Publishes the table and the counts to the main thread, which reads them only after
+    // Publishes the table and the counts to the waiting step, which reads them only after
     // seeing this.
     mGetKitName.store(true, std::memory_order_release);
 }
@@ -212,14 +163,14 @@ void CConnectionMgr::endKitList(std::size_t lastSlot) {
 bool CConnectionMgr::setEditorMode() {
     if (!mConnected) return false;
     if (mTargetEditorMode != 0) {
-        mAppDelegate.alert("Unit already occupied.");
+        alert("Unit already occupied.");
         return false;
     }
     // Set before the reply: the receive thread ends it when the unit reports unmounting.
     mEditorMode = 1;
     txEditorOnMsg();
     if (waitForUnit(kEditorModeReply, [this] { return mTargetEditorMode != 0; })) return true;
-    if (!unitGone()) mAppDelegate.alert(kBusy);
+    if (!stopped()) alert(kBusy);
     return false;
 }
 
@@ -230,29 +181,31 @@ bool CConnectionMgr::getOccupied() {
         return mTargetEditorMode != 0;
     }
     mEditorMode = 0;
-    if (!unitGone()) mAppDelegate.alert(kBusy);
+    if (!stopped()) alert(kBusy);
     return true;
 }
 
-bool CConnectionMgr::getKitName() {
-    if (mEditorMode == 0) return false;
+std::optional<std::vector<std::string>> CConnectionMgr::readKitNames() {
+    if (mEditorMode == 0) return std::nullopt;
     mGetKitName = false;
     mRxKitNum = 0;
     mRxKitMaxNum = 0;
     mKitName.clear();
     for (int attempt = 0; attempt < kKitListAttempts; ++attempt) {
         txReqKitNameMsg();
-        if (!waitForUnit(kKitListAttempt, [this] { return kitListComplete(); })) {
-            if (unitGone()) return false;
-            continue;
+        if (waitForUnit(kKitListAttempt, [this] { return kitListComplete(); })) {
+            return mKitName.names();
         }
-        CKitMgr& kits = Context::current().kits();
-        kits.reset();
-        for (std::string& name : mKitName.names()) kits.addName(std::move(name));
-        return true;
+        if (stopped()) return std::nullopt;
     }
-    mAppDelegate.alert(kBusy);
-    return false;
+    alert(kBusy);
+    return std::nullopt;
+}
+
+bool CConnectionMgr::getKitName() {
+    LinkReadings readings;
+    readings.kitNames = readKitNames();
+    return readings.kitNames && readings.apply();
 }
 
 // Asked by the wait whenever something arrived. A list whose end came with fewer replies
@@ -278,7 +231,7 @@ bool CConnectionMgr::editorOff() {
     // unmounted. One wait to the same deadline gives the same results, without the idle
     // second when the report comes at once.
     if (!waitForUnit(kEditorOffReport, [this] { return mMountFlag == 0; })) {
-        if (!unitGone()) mAppDelegate.alert("Tavrel quit, Error.");
+        if (!stopped()) alert("Tavrel quit, Error.");
         return false;
     }
     mEditorMode = 0;
@@ -291,13 +244,13 @@ bool CConnectionMgr::mountQl() {
     waitForUnit(kMountReport, [this] { return mMountFlag != 0; });
     // The volume shows up on the computer some time after the unit's report. A volume found
     // earlier still counts, as it is never forgotten.
-    if (!unitGone() && waitForUnit(kVolumeAfterReport, [this] {
+    if (!stopped() && waitForUnit(kVolumeAfterReport, [this] {
             storeMountURL();
             return getMountURL().has_value();
         })) {
         return true;
     }
-    if (!unitGone()) mWaiter.sleepFor(kRetryPause);
+    if (!stopped()) mWaiter.sleepFor(kRetryPause);
     return false;
 }
 
@@ -307,7 +260,7 @@ bool CConnectionMgr::unmountQl() {
     txUnmountMsg();
     // As in editorOff: the second after the message and the 14 after it are one wait.
     if (!waitForUnit(kUnmountReport, [this] { return mMountFlag == 0; })) {
-        if (!unitGone()) mAppDelegate.alert("Disconnect error.");
+        if (!stopped()) alert("Disconnect error.");
         return false;
     }
     mEditorMode = 0;
@@ -339,71 +292,105 @@ bool CConnectionMgr::waitForUnit(std::chrono::milliseconds timeout,
     return mWaiter.waitFor(timeout, [&] { return unitGone() || done(); }) && !unitGone();
 }
 
-bool CConnectionMgr::loadPattern() {
+std::optional<std::vector<std::uint8_t>> CConnectionMgr::readPatternFile() {
     for (int read = 1; read <= kPatternFileReads; ++read) {
-        if (CFileDataMgr::loadData()) return true;
+        auto bytes = getFileData(kPatternFile);
+        if (bytes && PatternFileImage::isPatternFile(*bytes)) return bytes;
         mWaiter.sleepFor(kRetryPause);
+        if (mWaiter.cancelled()) return std::nullopt;
     }
-    mAppDelegate.alert("User pattern file format is wrong.");
-    return false;
+    alert("User pattern file format is wrong.");
+    return std::nullopt;
+}
+
+bool CConnectionMgr::loadPattern() {
+    LinkReadings readings;
+    readings.patternFile = readPatternFile();
+    return readings.patternFile && readings.apply();
+}
+
+std::string CConnectionMgr::failureReason() const {
+    if (unitGone() || !mConnected) return "Unit not connected.";
+    if (mEditorMode == 0) return "Unit left editor mode.";
+    return "Unit storage not found.";
+}
+
+bool CConnectionMgr::stopped() const {
+    return unitGone() || mWaiter.cancelled();
+}
+
+void CConnectionMgr::cancelStep() {
+    mWaiter.cancel();
+}
+
+void CConnectionMgr::beginStep() {
+    mWaiter.rearm();
+}
+
+bool CConnectionMgr::stepCancelled() const {
+    return mWaiter.cancelled();
+}
+
+std::optional<bool> CConnectionMgr::getHeld() const {
+    const int report = mTargetEditorMode;
+    if (report == 255) return std::nullopt;
+    return report != 0;
+}
+
+void CConnectionMgr::alert(const char* text) {
+    ++mAlertsShown;
+    mAppDelegate.alert(text);
 }
 
 void CConnectionMgr::txEditorOnMsg() {
-    sendDataSet("TX Editor ON", kEditorOnBody);
+    send(Request::EditorOn);
 }
 
 void CConnectionMgr::txEditorOffMsg() {
-    sendDataSet("TX Editor OFF", kEditorOffBody);
+    send(Request::EditorOff);
 }
 
 void CConnectionMgr::txMountMsg() {
-    sendDataSet("TX MOUNT", kMountBody);
+    send(Request::Mount);
 }
 
 void CConnectionMgr::txUnmountMsg() {
-    sendDataSet("TX UNMOUNT", kUnmountBody);
+    send(Request::Unmount);
 }
 
 void CConnectionMgr::rqEditorModeMsg() {
-    sendRequest("RQ Editor Mode", kReqEditorModeBody);
+    send(Request::AskEditorMode);
 }
 
 void CConnectionMgr::txReqMountMsg() {
-    sendRequest("RQ MOUNT", kReqMountBody);
+    send(Request::AskMount);
 }
 
 void CConnectionMgr::txReqKitNameMsg() {
-    sendRequest("RQ KIT", kReqKitNameBody);
+    send(Request::AskKitNames);
 }
 
-void CConnectionMgr::sendDataSet(const char* label, Bytes body) {
-    Log::line("device", label);
-    SetTxBuff(body);
-    mMidiLib.sendMidiWithData(TxBuff.data(), TxBuffIndex);
-}
-
-void CConnectionMgr::sendRequest(const char* label, Bytes body) {
-    Log::line("device", label);
-    SetRqBuff(body);
-    mMidiLib.sendMidiWithData(RqBuff.data(), RqBuffIndex);
+// The message goes out of the buffer of its kind, as the link always kept them.
+void CConnectionMgr::send(Request request) {
+    const UnitMessages::Message message = UnitMessages::message(request);
+    Log::line("device", message.label);
+    if (message.command == UnitMessages::kDataSet) {
+        SetTxBuff(message.body);
+        mMidiLib.sendMidiWithData(TxBuff.data(), TxBuffIndex);
+    } else {
+        SetRqBuff(message.body);
+        mMidiLib.sendMidiWithData(RqBuff.data(), RqBuffIndex);
+    }
 }
 
 void CConnectionMgr::SetTxBuff(Bytes body) {
-    const auto& header = kHeaders[mConnectedModel];
-    std::copy(header, header + kHeaderBytes, TxBuff.begin());
-    TxBuff[kCommandAt] = kDataSet;
-    const std::size_t kept = std::min(body.size(), TxBuff.size() - kAddressAt);
-    std::copy_n(body.begin(), kept, TxBuff.begin() + kAddressAt);
-    TxBuffIndex = static_cast<int>(kAddressAt + kept);
+    const UnitMessages::Message message{"", UnitMessages::kDataSet, body};
+    TxBuffIndex = static_cast<int>(UnitMessages::encode(mConnectedModel, message, TxBuff));
 }
 
 void CConnectionMgr::SetRqBuff(Bytes body) {
-    const auto& header = kHeaders[mConnectedModel];
-    std::copy(header, header + kHeaderBytes, RqBuff.begin());
-    RqBuff[kCommandAt] = kDataRequest;
-    const std::size_t kept = std::min(body.size(), RqBuff.size() - kAddressAt);
-    std::copy_n(body.begin(), kept, RqBuff.begin() + kAddressAt);
-    RqBuffIndex = static_cast<int>(kAddressAt + kept);
+    const UnitMessages::Message message{"", UnitMessages::kDataRequest, body};
+    RqBuffIndex = static_cast<int>(UnitMessages::encode(mConnectedModel, message, RqBuff));
 }
 
 void CConnectionMgr::storeMountURL() {

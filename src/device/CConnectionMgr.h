@@ -5,12 +5,16 @@
 // file; the file formats reach the unit's data folder through UnitStorage.
 //
 // Threads: the unit's replies are decoded on MIDI's drain thread, which only stores integers,
-// flags and kit-name bytes here and tells the waiter; everything else runs on the main thread,
-// whose blocking steps wait through the Waiter for those fields to change.
+// flags and kit-name bytes here and tells the waiter. The blocking steps run on the device
+// thread (LinkRunner), one at a time, and wait through the Waiter for those fields to change;
+// the rescan and the getters run on the thread that owns the model (the UI thread), which
+// never waits here. What a step reads for the model (kit names, the pattern file) it hands
+// back; the model is changed on the model's thread.
 #pragma once
 
 #include "device/KitNameTable.h"
 #include "device/MidiLibDelegate.h"
+#include "device/UnitMessages.h"
 #include "device/UnitVolume.h"
 #include "files/UnitStorage.h"
 
@@ -35,8 +39,8 @@ class Waiter;
 class CConnectionMgr : public UnitStorage, public MidiLibDelegate {
 public:
     // Model indexes. The unit's MIDI endpoints carry the model's name.
-    static constexpr int kModelQL900 = 0;
-    static constexpr int kModelQL414XE3 = 1;
+    static constexpr int kModelQL900 = UnitMessages::kModelQL900;
+    static constexpr int kModelQL414XE3 = UnitMessages::kModelQL414XE3;
     // The unit's folder at the root of its volume, and its data folder inside that.
     static constexpr const char* kUnitFolder = UnitVolume::kUnitFolder;
     static constexpr const char* kDataFolder = UnitVolume::kDataFolder;
@@ -53,6 +57,9 @@ public:
     int getMount() const { return mMountFlag; }
     // True for the QL-414XE3.
     bool getConnectedModel() const { return mConnectedModel != kModelQL900; }
+    // The unit's last answer to whether an editor (this program included) holds it; nothing
+    // while a question is out or none was answered yet. A watch reads this instead of asking.
+    std::optional<bool> getHeld() const;
 
     // Rescans the endpoints and selects the unit's source and destination. Drops editor mode
     // in this object's state without telling the unit. Main thread.
@@ -62,15 +69,19 @@ public:
     // the rescan that this causes has run. Any thread.
     bool unitGone() const;
 
-    // Blocking steps, main thread only. Each shows its own failure as an alert. A step whose
-    // unit goes while it waits ends then, false and without an alert: the step did not fail,
-    // the unit is not connected any more, and its caller says so.
+    // Blocking steps, on the device thread. Each shows its own failure as an alert. A step
+    // whose unit goes while it waits ends then, false and without an alert: the step did not
+    // fail, the unit is not connected any more, and failureReason says so. A cancelled step
+    // (the waiter's cancel) ends the same way, quietly, as its time-out would leave the link.
     // Takes the unit into editor mode; false when not connected or held by another editor.
     bool setEditorMode();
     // Asks the unit whether an editor holds it (this program included); a silent unit
     // counts as held.
     bool getOccupied();
-    // Reads the unit's kit names into the Context's kit list.
+    // Reads the unit's kit names; nothing when the list did not come whole (alerted) or the
+    // unit is not in editor mode, went or the step was cancelled (quietly).
+    std::optional<std::vector<std::string>> readKitNames();
+    // readKitNames into the Context's kit list; on the model's thread.
     bool getKitName();
     // Ejects the unit's volume and ends editor mode.
     bool editorOff();
@@ -91,8 +102,24 @@ public:
     // True once the unit reports its storage mounted and the volume is there; false when
     // `limit` passes first.
     bool waitForVolume(std::chrono::milliseconds limit);
-    // Reads the user pattern file into the Context's pattern collection, with retries.
+    // Reads the bytes of the user pattern file, asking again a second later up to five times
+    // while it is missing or no pattern file; the last failure is alerted.
+    std::optional<std::vector<std::uint8_t>> readPatternFile();
+    // readPatternFile into the Context's pattern collection; on the model's thread.
     bool loadPattern();
+
+    // Why the last step failed when it showed no alert of its own: "Unit not connected.",
+    // "Unit left editor mode." or "Unit storage not found.".
+    std::string failureReason() const;
+    // How many alerts the link has shown; a step that failed raised this when it said why.
+    int alertsShown() const { return mAlertsShown; }
+    // The unit went, or the step was cancelled: a step's wait ended without an answer.
+    bool stopped() const;
+    // From any thread: the step under way stops waiting, and so does every later wait until
+    // beginStep. The device thread calls beginStep before each step.
+    void cancelStep();
+    void beginStep();
+    bool stepCancelled() const;
 
     bool isVolumeExist() override;
     bool isDataFileExist(const std::string& name) override;
@@ -116,17 +143,17 @@ public:
 private:
     static constexpr std::size_t kMessageBytes = 20;
 
+    void alert(const char* text);
+    void send(UnitMessages::Request request);
     int selectUnitSource();
     bool selectUnitDestination(int model);
     void postConnect();
     bool kitListComplete();
     // The waiter's wait that also ends when the unit goes; true only when `done` held.
     bool waitForUnit(std::chrono::milliseconds timeout, const std::function<bool()>& done);
-    void decodeKitName(std::uint32_t offset, std::span<const std::uint8_t> message);
+    void decodeKitName(std::uint32_t offset, std::span<const std::uint8_t> names);
     void endKitList(std::size_t lastSlot);
     bool ejectVolume();
-    void sendDataSet(const char* label, std::span<const std::uint8_t> body);
-    void sendRequest(const char* label, std::span<const std::uint8_t> body);
     void SetTxBuff(std::span<const std::uint8_t> body);
     void SetRqBuff(std::span<const std::uint8_t> body);
 
@@ -147,8 +174,9 @@ private:
     std::atomic<int> mRxKitNum{0};                  // kit name replies since the request
     std::atomic<int> mRxKitMaxNum{0};               // slots up to and including the end marker
     std::atomic<int> mConnectedModel{kModelQL900};  // picks the header replies must carry
+    std::atomic<int> mAlertsShown{0};
     // The data-set and data-request messages being sent, header included, and their lengths.
-    // Main thread only.
+    // The sending step's thread only.
     std::array<std::uint8_t, kMessageBytes> TxBuff{};
     std::array<std::uint8_t, kMessageBytes> RqBuff{};
     int TxBuffIndex = 0;

@@ -1,7 +1,7 @@
 #include "device/CLoadExec.h"
 
 #include "device/CConnectionMgr.h"
-#include "model/CPatternMgr.h"
+#include "device/LinkReadings.h"
 #include "model/Context.h"
 #include "model/Log.h"
 
@@ -18,16 +18,24 @@ constexpr std::chrono::seconds kSettleAfterMount{1};
 bool CLoadExec::exec() {
     CConnectionMgr* link = Context::current().find<CConnectionMgr>();
     if (link == nullptr) return false;
+    LinkReadings readings;
+    const bool ok = run(*link, readings);
+    return readings.apply() && ok;
+}
+
+bool CLoadExec::run(CConnectionMgr& link, LinkReadings& into) {
     Log::line("device", "set editor mode");
-    if (!link->setEditorMode()) return false;
+    if (!link.setEditorMode()) return false;
     Log::line("device", "mount check");
-    if (!link->mountQl()) return false;
-    link->waitForVolume(kSettleAfterMount);
+    if (!link.mountQl()) return false;
+    link.waitForVolume(kSettleAfterMount);
     Log::line("device", "Get Kit name");
-    if (!link->getKitName()) return false;
+    into.kitNames = link.readKitNames();
+    if (!into.kitNames) return false;
     Log::line("device", "Load Pattern");
-    if (!link->loadPattern()) return false;
-    Context::current().patterns().setCurPatternNum(0);
+    into.patternFile = link.readPatternFile();
+    if (!into.patternFile) return false;
+    into.firstPatternCurrent = true;
     return true;
 }
 

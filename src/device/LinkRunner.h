@@ -1,10 +1,17 @@
 // Runs the link's blocking steps one at a time on a device thread of its own, so the thread
 // that starts them (a desktop's UI thread, the CLI's main loop) never waits on the unit. A
-// step's result, and any change it makes to the model, reaches the caller's thread through the
-// poster before its Done runs.
+// step waits and reads on the device thread; what it read for the model (kit names, the
+// pattern file, pattern 0 made current) is applied on the caller's thread, through the
+// poster, just before its Done runs there. While a step runs, busy() is true and nothing else
+// may send to the unit: a watch reads the link's state (CConnectionMgr's getters, getHeld)
+// and asks nothing.
+//
+// Alerts a step raises come on the device thread, which waits until they are answered. The
+// runner must go before the link it runs; a Done still queued when the runner goes is dropped.
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace tavrel {
@@ -13,7 +20,8 @@ class CConnectionMgr;
 
 class LinkRunner {  // runs the link's steps one at a time on one device thread
 public:
-    using Poster = std::function<void(std::function<void()>)>;  // posts to the thread that starts steps
+    using Poster =
+        std::function<void(std::function<void()>)>;  // posts to the thread that starts steps
     enum class Step {
         EditorOn,      // setEditorMode
         EditorOff,     // editorOff
@@ -23,6 +31,8 @@ public:
         Unmount,       // the unmount branch: editorOff
         KitNames,      // getKitName (kit list applied on the caller's thread before Done)
         LoadSequence,  // the load sequence of CLoadExec::exec
+        Storage,       // editor mode if not held, mountQl, the volume awaited: the unit's files
+                       // ready to be written; nothing is read
     };
     struct Outcome {
         Step step;
@@ -33,7 +43,7 @@ public:
     };
     using Done = std::function<void(const Outcome&)>;
     LinkRunner(CConnectionMgr& link, Poster postToCaller);
-    ~LinkRunner();                     // cancels what runs, joins the device thread
+    ~LinkRunner();  // cancels what runs, joins the device thread
     LinkRunner(const LinkRunner&) = delete;
     LinkRunner& operator=(const LinkRunner&) = delete;
     bool start(Step step, Done done);  // false, and no callback, while another step runs
@@ -41,6 +51,10 @@ public:
                                        // that step's failure would leave it; its Done still comes,
                                        // with cancelled set
     bool busy() const;                 // any thread
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> mImpl;
 };
 
 }  // namespace tavrel

@@ -31,7 +31,7 @@ bool ThreadWaiter::waitFor(std::chrono::milliseconds timeout, const Condition& d
         // Asked without the lock held: a notify from now on changes the generation, so none
         // is lost, and `done` may take locks of its own.
         if (done()) return true;
-        if (mTimeline.now() >= deadline) return false;
+        if (cancelled() || mTimeline.now() >= deadline) return false;
         passTime(deadline, generation);
     }
 }
@@ -55,7 +55,7 @@ void ThreadWaiter::passTime(TimePoint deadline, std::uint64_t generation) {
     }
     std::unique_lock lock(mLock);
     const TimePoint until = std::min(deadline, std::chrono::steady_clock::now() + kRecheck);
-    mNotified.wait_until(lock, until, [&] { return mGeneration != generation; });
+    mNotified.wait_until(lock, until, [&] { return mGeneration != generation || cancelled(); });
 }
 
 }  // namespace tavrel

@@ -8,7 +8,7 @@
 // virtual time straight on to the next delayed reply or to the deadline, whichever comes
 // first. Waits on a manual clock are therefore deterministic and take no real time.
 //
-// One thread waits at a time (the main thread); notify may come from any thread.
+// One thread waits at a time (the device thread); notify and cancel may come from any thread.
 #pragma once
 
 #include "device/Waiter.h"

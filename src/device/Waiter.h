@@ -3,10 +3,12 @@
 // at the same deadline as the once-a-second poll would, so a responsive unit costs no idle
 // seconds and a silent one fails exactly as late as before.
 //
-// The command-line tool and tests block the waiting thread (ThreadWaiter); the desktop gives
-// its own, which keeps the event loop running meanwhile so that the window still repaints.
+// Waits happen on the device thread (LinkRunner), which blocks in them (ThreadWaiter); the
+// thread that started the step stays free. A cancel ends the wait under way at once and every
+// later one of the same step before it starts, until the next step re-arms the waiter.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 
@@ -18,15 +20,28 @@ public:
 
     virtual ~Waiter() = default;
 
-    // True as soon as `done` holds; false once `timeout` has passed without it holding.
-    // `done` runs on the waiting thread, at once and again after every notify; it is also
-    // asked once more at the deadline, so state that arrived just before it counts.
+    // True as soon as `done` holds; false once `timeout` has passed without it holding, or
+    // at once when cancelled. `done` runs on the waiting thread, at once and again after every
+    // notify; it is also asked once more at the deadline, so state that arrived just before
+    // it counts.
     virtual bool waitFor(std::chrono::milliseconds timeout, const Condition& done) = 0;
-    // Lets `duration` pass.
+    // Lets `duration` pass, or less when cancelled.
     virtual void sleepFor(std::chrono::milliseconds duration) = 0;
     // From any thread: state a wait may be waiting for has changed. The receive path calls
     // it after every reply it has stored.
     virtual void notify() = 0;
+
+    // From any thread: the wait under way, and every one after it, ends at once.
+    void cancel() {
+        mCancelled.store(true);
+        notify();
+    }
+    bool cancelled() const { return mCancelled.load(); }
+    // Waits wait again; the device thread calls it before each step.
+    void rearm() { mCancelled.store(false); }
+
+private:
+    std::atomic<bool> mCancelled{false};
 };
 
 }  // namespace tavrel

@@ -114,7 +114,11 @@ void takeTempoOf(CPtnDataMgr& pattern, const CPhraseData& intro) {
 bool CFileDataMgr::loadData() {
     UnitStorage* unit = storage();
     const auto bytes = unit != nullptr ? unit->getFileData(kDataFile) : std::nullopt;
-    return bytes && PatternFileImage::read(*bytes, PatternFileImage::kUnitRules);
+    return bytes && loadDataFrom(*bytes);
+}
+
+bool CFileDataMgr::loadDataFrom(std::span<const std::uint8_t> file) {
+    return PatternFileImage::read(file, PatternFileImage::kUnitRules);
 }
 
 bool CFileDataMgr::saveData() {

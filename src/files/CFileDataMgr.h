@@ -4,7 +4,9 @@
 // are the callers' business, except for the two questions a MIDI load asks.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <span>
 
 namespace tavrel {
 
@@ -13,6 +15,8 @@ public:
     // Reads RHYTHM.QL0 from the unit's data folder into the collection. False, with the
     // collection untouched, when there is no such file or it is not a pattern file.
     static bool loadData();
+    // The same from bytes of RHYTHM.QL0 read already (by the device thread).
+    static bool loadDataFrom(std::span<const std::uint8_t> file);
     // Writes the collection into RHYTHM.QL0 and clears the edited mark. True without touching
     // the unit when there is nothing to write; false, with the old file kept, when the file
     // could not be written.

@@ -1,4 +1,5 @@
-// The drum kit names read from the unit, in the order the unit sent them.
+// The drum kit names read from the unit, in the order the unit sent them. Changed and read on
+// the model's thread only.
 #pragma once
 
 #include <string>
@@ -9,7 +10,7 @@ namespace tavrel {
 class CKitMgr {
 public:
     void addName(std::string name) { mKitArray.push_back(std::move(name)); }
-    std::vector<std::string>& getKitArray() { return mKitArray; }
+    const std::vector<std::string>& getKitArray() const { return mKitArray; }
     void reset() { mKitArray.clear(); }
 
 private:

@@ -1,9 +1,12 @@
 // The process-wide objects, created once in start-up order and reached through current().
 // A test makes its own Context in a scope and gets fresh objects; the one before it comes
-// back when it ends.
+// back when it ends. Contexts are made and ended on one thread, the model's: worker threads
+// (device, drain, sequencer) read current() and must never see it swapped under them by a
+// context made elsewhere, so making one on another thread while one exists ends the program.
 #pragma once
 
 #include <memory>
+#include <thread>
 #include <typeindex>
 #include <utility>
 #include <vector>
@@ -55,6 +58,7 @@ public:
 
 private:
     Context* mPrevious = nullptr;
+    std::thread::id mThread = std::this_thread::get_id();
     bool mEdited = false;
     std::unique_ptr<NotificationCenter> mNotifications;
     std::unique_ptr<CKitMgr> mKits;

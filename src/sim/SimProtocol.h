@@ -5,6 +5,11 @@
 // address of 7-bit bytes, most significant first, then the data (data set) or a 4-byte size
 // (data request), a checksum and F7. The checksum makes the address and data bytes sum to a
 // multiple of 128.
+//
+// This is a second, independent rendering of the protocol, kept apart from the link's own
+// (device/UnitMessages) on purpose: the simulated unit is the oracle the link is tested
+// against, so it computes checksums and parses what arrives itself, and a mistake in the
+// link's constants cannot be repeated here unnoticed.
 #pragma once
 
 #include "sim/UnitModel.h"

@@ -25,13 +25,13 @@ protected:
 
     // Runs what was posted to the main thread; true once the delegate has been given `call`.
     bool told(const std::string& call) {
-        mainThread.runAll();
+        mainThread.drain();
         return std::find(recorder.calls.begin(), recorder.calls.end(), call) !=
                recorder.calls.end();
     }
 
     AlsaMidiService service;
-    MainThreadQueue mainThread;
+    CallerQueue mainThread;
     MidiRecorder recorder;
     std::unique_ptr<MidiLib> midi;
 };

@@ -71,7 +71,7 @@ protected:
     void settle() {
         service.flush();
         if (midi) midi->waitIdle();
-        mainThread.runAll();
+        mainThread.drain();
     }
     void holdUnit() {
         ASSERT_FALSE(link->getOccupied());
@@ -101,7 +101,7 @@ protected:
     ManualTimeline timeline;
     test::LogCapture log{[this] { return elapsed(); }};
     std::unique_ptr<sim::SimulatedUnit> simulated;
-    test::MainThreadQueue mainThread;
+    CallerQueue mainThread;
     std::unique_ptr<MidiLib> midi;
     ThreadWaiter waiter{timeline, [this] {
                             service.flush();
@@ -375,62 +375,9 @@ TEST_F(LinkTest, AResponsiveUnitOfEitherModelIsLoadedWithoutIdleSecondsAndReleas
     }
 }
 
-TEST_F(LinkTest, AFailingStepEndsTheLoadAtItsTimeWithItsAlert) {
-    const struct {
-        const char* what;
-        std::function<void()> arrange;
-        ms elapsed;
-        int sent;  // editor on, mount, kit request
-        const char* alert;
-        int editorMode;  // as the failing step left it
-    } cases[] = {
-        {"held by another editor", [&] { faults().heldByOtherEditor = true; }, 0ms, 0,
-         "Unit already occupied.", 0},
-        // Mounted, but no volume holds the unit's folder: looked for 4 s, then a second.
-        {"mounts no unit folder", [&] { fs::remove_all(unitFolder()); }, 5000ms, 2, nullptr, 1},
-        {"foreign pattern file", [&] { test::writeBytes(patternFile(), Bytes(3, 1)); }, 5000ms, 3,
-         "User pattern file format is wrong.", 1},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        start(sim::UnitModel::ql900());
-        c.arrange();
-        link->getOccupied();
-        const int heard = simulated->messagesReceived();
-        const auto begin = elapsed();
-
-        EXPECT_FALSE(CLoadExec::exec());
-
-        EXPECT_EQ(elapsed() - begin, c.elapsed);
-        EXPECT_EQ(simulated->messagesReceived() - heard, c.sent);
-        EXPECT_EQ(alertTexts(), c.alert ? Strings{c.alert} : Strings{});
-        EXPECT_EQ(link->getEditorMode(), c.editorMode);
-        EXPECT_TRUE(context->patterns().getPtnData().empty());
-    }
-}
-
-TEST_F(LinkTest, PullingTheCableMidSequenceLeavesNoUnitUntilItIsPluggedInAgain) {
-    test::NotificationRecorder notes({NOTIFY_MIDI_CONNECT});
-    faults().unplugAtStep = sim::UnitStep::Mount;
-    ASSERT_FALSE(link->getOccupied());
-
-    EXPECT_FALSE(CLoadExec::exec());
-    settle();
-
-    EXPECT_FALSE(link->getConnected());
-    EXPECT_EQ(link->getEditorMode(), 0) << "dropped without telling the unit";
-    EXPECT_EQ(notes.count(NOTIFY_MIDI_CONNECT, link), 2) << "its source and destination went";
-    faults().unplugAtStep = sim::UnitStep::None;
-    ASSERT_TRUE(simulated->plugIn());
-    settle();
-    EXPECT_TRUE(link->getConnected());
-    EXPECT_EQ(notes.count(NOTIFY_MIDI_CONNECT, link), 4);
-    EXPECT_FALSE(link->getOccupied());
-}
-
 // A unit that vanishes while a step waits for it can no longer answer: the step ends as it
 // goes, without the alert of a unit that is there but silent, and the rescan that follows
-// finds no unit.
+// (one for each of its endpoints) finds no unit until it is plugged in again.
 TEST_F(LinkTest, AStepWaitingForTheUnitEndsWhenTheUnitGoesWithoutAnAlert) {
     using Step = bool (*)(CConnectionMgr&);
     // The step, what it returns, and whether the unit is held in editor mode before it.
@@ -448,6 +395,7 @@ TEST_F(LinkTest, AStepWaitingForTheUnitEndsWhenTheUnitGoesWithoutAnAlert) {
         } else {
             ASSERT_FALSE(link->getOccupied());
         }
+        test::NotificationRecorder notes({NOTIFY_MIDI_CONNECT});
         faults().silent = true;
         timeline.after(1500ms, [this] { simulated->unplug(); });
         const ms begin = elapsed();
@@ -457,6 +405,8 @@ TEST_F(LinkTest, AStepWaitingForTheUnitEndsWhenTheUnitGoesWithoutAnAlert) {
         EXPECT_TRUE(link->unitGone());
         settle();
         EXPECT_FALSE(link->getConnected());
+        EXPECT_EQ(link->getEditorMode(), 0) << "dropped without telling the unit";
+        EXPECT_EQ(notes.count(NOTIFY_MIDI_CONNECT, link), 2);
         faults().silent = false;
         ASSERT_TRUE(simulated->plugIn());
         settle();

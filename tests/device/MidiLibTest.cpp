@@ -36,11 +36,11 @@ protected:
     }
     void settle() {
         service.flush();
-        mainThread.runAll();
+        mainThread.drain();
     }
 
     VirtualMidiService service;
-    test::MainThreadQueue mainThread;
+    CallerQueue mainThread;
     test::MidiRecorder recorder;
     std::int64_t unitIn = 0, keysIn = 0, unitOut = 0, synthOut = 0;
     std::unique_ptr<MidiLib> midi;
@@ -218,7 +218,7 @@ TEST_F(MidiLibTest, EndpointsComingAndGoingAreToldOnTheMainThread) {
     service.flush();
     EXPECT_TRUE(recorder.calls.empty()) << "nothing runs before the main thread gets to it";
 
-    mainThread.runAll();
+    mainThread.drain();
     EXPECT_EQ(recorder.calls,
               (Strings{"connectMidiSource", "added Pads:out (source)", "connectMidiSource",
                        "added Pads:in (destination)", "disconnectMidiSource",
@@ -230,14 +230,14 @@ TEST_F(MidiLibTest, ATransportThatIsGoneLeavesNothingConnectedOrPending) {
     service.addSource("Pads:out");
     service.flush();
     midi.reset();
-    EXPECT_EQ(mainThread.runAll(), 1) << "the task posted before still runs, and does nothing";
+    EXPECT_EQ(mainThread.drain(), 1) << "the task posted before still runs, and does nothing";
     EXPECT_TRUE(recorder.calls.empty());
     EXPECT_FALSE(service.isConnected(unitIn));
     EXPECT_FALSE(service.inject(unitIn, Bytes{0x90, 0x3C, 0x64}));
     EXPECT_EQ(service.clientName(), std::nullopt);
     service.addSource("Pads:in");
     service.flush();
-    EXPECT_EQ(mainThread.runAll(), 0);
+    EXPECT_EQ(mainThread.drain(), 0);
 }
 
 }  // namespace

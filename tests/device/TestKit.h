@@ -1,14 +1,14 @@
-// What the device tests share: the log captured with the time of each line, a stand-in for the
-// desktop's event loop, a MidiLib delegate that records what it is told, and folders.
+// What the device tests share: the log captured with the time of each line, a MidiLib delegate
+// that records what it is told, and folders. CallerQueue stands in for the desktop's event loop.
 #pragma once
 
+#include "device/CallerQueue.h"
 #include "device/MidiLib.h"
 #include "model/Log.h"
 
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <filesystem>
 #include <functional>
 #include <mutex>
@@ -58,31 +58,6 @@ private:
     const Clock mClock;
     std::mutex mLock;
     std::vector<std::pair<std::chrono::milliseconds, std::string>> mLines;
-};
-
-// MidiLib posts its main-thread tasks here from any thread; the test runs them when it chooses.
-class MainThreadQueue {
-public:
-    MidiLib::MainThreadPoster poster() {
-        return [this](std::function<void()> task) {
-            std::lock_guard lock(mLock);
-            mTasks.push_back(std::move(task));
-        };
-    }
-    // Runs the tasks posted so far, oldest first; returns how many ran.
-    int runAll() {
-        std::deque<std::function<void()>> tasks;
-        {
-            std::lock_guard lock(mLock);
-            tasks.swap(mTasks);
-        }
-        for (auto& task : tasks) task();
-        return static_cast<int>(tasks.size());
-    }
-
-private:
-    std::mutex mLock;
-    std::deque<std::function<void()>> mTasks;
 };
 
 // Received messages arrive on the drain thread; everything else on the test's own thread.
