@@ -2,10 +2,11 @@
 
 #include "cli/CliAlerts.h"
 #include "files/CFileDataMgr.h"
-#include "files/CPhraseFile.h"
 #include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
+#include "smf/FileContents.h"
+#include "smf/SmfReader.h"
 
 #include <memory>
 #include <optional>
@@ -58,15 +59,19 @@ std::string reasonForNoPattern(const CliAlerts& alerts, int alertsBefore, int de
 void convertOne(const std::string& path, CliAlerts& alerts, CommandIo io) {
     alerts.setSubject(path);
     // The desktop program gives a file whose header the reader refuses an empty pattern;
-    // a batch conversion has no use for one.
-    if (CPhraseFile().checkSmf(path) == 0) {
+    // a batch conversion has no use for one. Only the header is looked at here.
+    const smf::FileContents file = smf::FileContents::read(path);
+    if (!file.ok()) {
+        io.err << "tavrel-cli: " << path << ": no pattern: " << file.error() << '\n';
+        return;
+    } else if (smf::readHeader(file.bytes()).tracks == 0) {
         io.err << "tavrel-cli: " << path << ": no pattern: not a Standard MIDI File of format 0 "
                << "or 1 with at least one track\n";
         return;
     }
     const int alertsBefore = alerts.alertsShown();
     const int declinedBefore = alerts.questionsDeclined();
-    if (!CFileDataMgr::loadSmf(path)) {
+    if (!CFileDataMgr::loadSmf(path, file)) {
         io.err << "tavrel-cli: " << path
                << ": no pattern: " << reasonForNoPattern(alerts, alertsBefore, declinedBefore)
                << '\n';

@@ -18,11 +18,13 @@ int ListCommand::run(const Args& args, CommandIo io) {
     const bool json = parsed->json;
     // A collection of its own, whoever runs the command.
     Context context;
-    if (!CFileDataMgr::importData(path)) {
+    std::string warning;
+    if (!CFileDataMgr::importData(path, &warning)) {
         io.err << "tavrel-cli: " << path << ": not a pattern file (unreadable, shorter than "
                << "2,009,212 bytes, or not starting with PTN_0000)\n";
         return kExitFailed;
     }
+    if (!warning.empty()) io.err << "tavrel-cli: " << path << ": warning: " << warning << '\n';
     const auto& patterns = context.patterns().getPtnData();
     if (json) {
         JsonWriter writer(io.out);

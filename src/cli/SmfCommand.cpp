@@ -2,8 +2,9 @@
 
 #include "cli/JsonWriter.h"
 #include "cli/PathArgs.h"
-#include "files/CPhraseFile.h"
 #include "model/TimeMath.h"
+#include "smf/CPhraseFile.h"
+#include "smf/FileContents.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -69,9 +70,11 @@ int SmfCommand::run(const Args& args, CommandIo io) {
     const std::string& path = parsed->path;
     const bool json = parsed->json;
 
+    // Read once; the header check and the load both work on these bytes.
+    const smf::FileContents file = smf::FileContents::read(path);
     CPhraseFile reader;
-    const int check = reader.checkSmf(path);
-    const bool loaded = reader.loadSmf(path);
+    const int check = file.ok() ? reader.checkSmfBytes(file.bytes()) : -1;
+    const bool loaded = file.ok() && reader.loadSmfBytes(file.bytes());
     if (json) {
         printJson(reader, check, loaded, io.out);
     } else if (loaded) {
@@ -79,8 +82,8 @@ int SmfCommand::run(const Args& args, CommandIo io) {
     }
     if (!loaded) {
         io.err << "tavrel-cli: " << path << ": "
-               << (check < 0 ? "cannot be read"
-                             : "not a Standard MIDI File of format 0 or 1 with at least one track")
+               << (file.ok() ? "not a Standard MIDI File of format 0 or 1 with at least one track"
+                             : file.error())
                << '\n';
         return kExitFailed;
     }

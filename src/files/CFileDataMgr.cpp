@@ -1,7 +1,6 @@
 #include "files/CFileDataMgr.h"
 
 #include "files/AtomicFileWriter.h"
-#include "files/CPhraseFile.h"
 #include "files/PatternFileImage.h"
 #include "files/UnitStorage.h"
 #include "model/Alerts.h"
@@ -10,9 +9,14 @@
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
+#include "model/Limits.h"
 #include "model/Log.h"
+#include "smf/CPhraseFile.h"
+#include "smf/FileContents.h"
 
+#include <algorithm>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,10 +28,6 @@ namespace {
 
 // Appended to the unit's data folder by the storage.
 constexpr const char* kDataFile = "/RHYTHM.QL0";
-
-constexpr int kMinTempo = 40;
-constexpr int kMaxTempo = 350;
-constexpr std::size_t kNameLength = 12;
 
 // Found at each call, since the device link comes and goes; none means no volume.
 UnitStorage* storage() {
@@ -51,6 +51,75 @@ bool writeWhole(const fs::path& target, std::span<const std::uint8_t> image) {
     return r.ok;
 }
 
+// The file image of `patterns`, written over the bytes of the collection's last pattern file.
+// Empty when there is no pattern, so that nothing gets written.
+std::vector<std::uint8_t> encode(const PatternSnapshot& patterns) {
+    if (patterns.empty()) return {};
+    const auto& retained = patterns.retained();
+    PatternFileImage image(retained ? retained->copy() : std::vector<std::uint8_t>{});
+    image.write(patterns.patterns());
+    if (retained) retained->keep(image.bytes());
+    return image.bytes();
+}
+
+// Notes first: they reset the window, against which from and bars are then clamped. The
+// stored total bars are not read; the notes give them again.
+void readVariation(const PatternSnapshot::Pattern& stored, int v, CPhraseData& phrase,
+                   PatternFileImage::ReadRules rules,
+                   const std::shared_ptr<const CPhraseFile>& noFile) {
+    const PatternSnapshot::Variation& entry = stored.variations[static_cast<std::size_t>(v)];
+    const StepRecords& area = *stored.notes;
+    const std::size_t n = std::min(
+        {static_cast<std::size_t>(entry.recordCount), std::size_t{rules.maxRecords}, area.size()});
+    phrase.setSeqData(n == area.size() ? stored.notes
+                                       : std::make_shared<const StepRecords>(
+                                             area.begin(), area.begin() + static_cast<long>(n)));
+    phrase.setFrom(entry.from);
+    phrase.setBars(entry.bars);
+    // Marks the variation as coming from the unit rather than from a MIDI file. "USER" names
+    // no file: the variation keeps its notes and holds a reader that loaded nothing.
+    phrase.setFileName("USER", noFile);
+    if (rules.fillsOneBar && (v == 2 || v == 4 || v == 6)) phrase.setBars(1);
+}
+
+void readPattern(const PatternSnapshot::Pattern& stored, CPtnDataMgr& pattern,
+                 PatternFileImage::ReadRules rules,
+                 const std::shared_ptr<const CPhraseFile>& noFile) {
+    pattern.setName(stored.name);
+    pattern.setKitNum(stored.kit);
+    pattern.setTempo(stored.tempo);
+    pattern.setNume(stored.numerator);
+    pattern.setDeno(stored.denominator);
+    for (int v = 0; v < kVariationCount; ++v) {
+        readVariation(stored, v, *pattern.getPhraseAtVariation(v), rules, noFile);
+    }
+}
+
+// Replaces the collection by the patterns of `file`; one change notification in all.
+bool readFile(std::span<const std::uint8_t> file, PatternFileImage::ReadRules rules,
+              std::string* warning) {
+    if (!PatternFileImage::isPatternFile(file)) return false;
+    PatternFileImage image(
+        std::vector<std::uint8_t>(file.begin(), file.begin() + PatternFileImage::kFileSize));
+    const PatternFileImage::Contents contents = image.read();
+    if (!contents.warning.empty()) {
+        Log::line("files", "pattern file: " + contents.warning);
+        if (warning != nullptr) *warning = contents.warning;
+    }
+    CPatternMgr& patterns = Context::current().patterns();
+    CPatternMgr::Batch batch(patterns);
+    patterns.clearAllPtnData();
+    patterns.fileImage()->keep(image.bytes());
+    const auto noFile = std::make_shared<const CPhraseFile>();
+    for (const auto& stored : contents.patterns) {
+        readPattern(stored, *patterns.addPatternData(), rules, noFile);
+    }
+    patterns.setCurPatternNum(0);
+    if (const auto current = patterns.getCurPattarn()) current->setCurVariationNum(0);
+    patterns.setActive();
+    return true;
+}
+
 // Continuation bytes that belong to the UTF-8 sequence led by `lead`, starting at s[i].
 std::size_t continuationBytes(const std::string& s, std::size_t i, unsigned char lead) {
     std::size_t expected = 0;
@@ -70,7 +139,7 @@ std::size_t continuationBytes(const std::string& s, std::size_t i, unsigned char
 std::string patternNameFor(const fs::path& path) {
     const std::string stem = path.stem().string();
     std::string name;
-    for (std::size_t i = 0; i < stem.size() && name.size() < kNameLength;) {
+    for (std::size_t i = 0; i < stem.size() && name.size() < limits::kPatternNameLength;) {
         const auto byte = static_cast<unsigned char>(stem[i++]);
         if (byte < 0x7F) {
             name += static_cast<char>(byte);
@@ -79,19 +148,17 @@ std::string patternNameFor(const fs::path& path) {
             i += continuationBytes(stem, i, byte);
         }
     }
-    name.resize(kNameLength, ' ');
+    name.resize(limits::kPatternNameLength, ' ');
     return name;
 }
 
-// An unreadable file is reported; a file of several tracks is loaded only when the user
-// agrees to have them merged. A header the reader refuses goes on without a word: each
-// variation's own read fails and the pattern keeps its empty variations.
-bool mayLoad(const fs::path& path) {
-    CPhraseFile reader;
-    const int tracks = reader.checkSmf(path);
+// An unreadable file is reported with the reason; a file of several tracks is loaded only
+// when the user agrees to have them merged. A header the reader refuses goes on without a
+// word: the variations get nothing from the file and the pattern keeps them empty.
+bool mayLoad(const smf::FileContents& file, int tracks) {
     Alerts* alerts = Context::current().find<Alerts>();
-    if (tracks < 0) {
-        if (alerts != nullptr) alerts->alert("Load MIDI File.", "Format error.");
+    if (!file.ok()) {
+        if (alerts != nullptr) alerts->alert("Load MIDI File.", "The file " + file.error() + ".");
         return false;
     }
     if (tracks > 1)
@@ -102,11 +169,7 @@ bool mayLoad(const fs::path& path) {
 void takeTempoOf(CPtnDataMgr& pattern, const CPhraseData& intro) {
     pattern.setTempo(intro.getTempo());
     // A file without a Set Tempo event reads as tempo 0 and so plays at the slowest tempo.
-    if (pattern.getTempo() < kMinTempo) {
-        pattern.setTempo(kMinTempo);
-    } else if (pattern.getTempo() > kMaxTempo) {
-        pattern.setTempo(kMaxTempo);
-    }
+    pattern.setTempo(std::clamp(pattern.getTempo(), limits::kMinTempo, limits::kMaxTempo));
 }
 
 }  // namespace
@@ -118,15 +181,24 @@ bool CFileDataMgr::loadData() {
 }
 
 bool CFileDataMgr::loadDataFrom(std::span<const std::uint8_t> file) {
-    return PatternFileImage::read(file, PatternFileImage::kUnitRules);
+    return readFile(file, PatternFileImage::kUnitRules, nullptr);
+}
+
+PatternSnapshot CFileDataMgr::snapshot() {
+    return PatternSnapshot::of(Context::current().patterns());
+}
+
+bool CFileDataMgr::saveSnapshot(const PatternSnapshot& patterns) {
+    if (patterns.empty()) return true;
+    UnitStorage* unit = storage();
+    const auto url = unit != nullptr ? unit->getFileURL(kDataFile) : std::nullopt;
+    return url && writeWhole(*url, encode(patterns));
 }
 
 bool CFileDataMgr::saveData() {
-    const auto image = PatternFileImage::write();
-    if (image.empty()) return true;
-    UnitStorage* unit = storage();
-    const auto url = unit != nullptr ? unit->getFileURL(kDataFile) : std::nullopt;
-    if (!url || !writeWhole(*url, image)) return false;
+    const PatternSnapshot patterns = snapshot();
+    if (patterns.empty()) return true;  // the mark stays: nothing was saved
+    if (!saveSnapshot(patterns)) return false;
     CEditNotify::clr();
     return true;
 }
@@ -142,21 +214,30 @@ bool CFileDataMgr::IsDataFileExist() {
 }
 
 bool CFileDataMgr::exportData(const fs::path& path) {
-    const auto image = PatternFileImage::write();
-    return image.empty() || writeWhole(path, image);
+    const PatternSnapshot patterns = snapshot();
+    return patterns.empty() || writeWhole(path, encode(patterns));
 }
 
-bool CFileDataMgr::importData(const fs::path& path) {
-    return PatternFileImage::read(readHead(path), PatternFileImage::kImportRules);
+bool CFileDataMgr::importData(const fs::path& path, std::string* warning) {
+    return readFile(readHead(path), PatternFileImage::kImportRules, warning);
 }
 
 bool CFileDataMgr::loadSmf(const fs::path& path) {
-    if (!mayLoad(path)) return false;
+    return loadSmf(path, smf::FileContents::read(path));
+}
+
+bool CFileDataMgr::loadSmf(const fs::path& path, const smf::FileContents& file) {
+    auto reader = std::make_shared<CPhraseFile>();
+    const int tracks = file.ok() ? reader->checkSmfBytes(file.bytes()) : -1;
+    if (!mayLoad(file, tracks)) return false;
+    reader->loadSmfBytes(file.bytes());
+    const std::shared_ptr<const CPhraseFile> parsed = std::move(reader);
+
     CPatternMgr& patterns = Context::current().patterns();
+    CPatternMgr::Batch batch(patterns);
     const auto pattern = patterns.addPatternData();
-    // Each variation reads the file through its own reader.
     for (int v = 0; v < kVariationCount; ++v) {
-        pattern->getPhraseAtVariation(v)->setFileName(path.string());
+        pattern->getPhraseAtVariation(v)->setFileName(path.string(), parsed);
     }
     const auto intro = pattern->getPhraseAtVariation(0);
     if (intro->getTotalBars() < 1) {
@@ -171,6 +252,9 @@ bool CFileDataMgr::loadSmf(const fs::path& path) {
     takeTempoOf(*pattern, *intro);
     pattern->setKitNum(0);
     patterns.setCurVariationNum(0);
+    PatternChange added{PatternChange::Kind::Inserted};
+    added.pattern = patterns.rowOf(pattern.get());
+    batch.setSummary(added);
     return true;
 }
 

@@ -1,15 +1,10 @@
 #include "files/PatternFileImage.h"
 
 #include "model/CPatternMgr.h"
-#include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
-#include "model/Context.h"
-#include "model/StepRecord.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
-#include <string>
 
 namespace tavrel {
 
@@ -17,12 +12,13 @@ namespace {
 
 using Bytes = std::span<std::uint8_t>;
 using ConstBytes = std::span<const std::uint8_t>;
+using Pattern = PatternSnapshot::Pattern;
 
 constexpr char kMagic[8] = {'P', 'T', 'N', '_', '0', '0', '0', '0'};
 constexpr std::size_t kCountAt = 8;
 
 // Offsets inside a slot.
-constexpr std::size_t kNameLength = 12;  // followed by a zero byte
+constexpr std::size_t kNameLength = limits::kPatternNameLength;  // then a zero byte
 constexpr std::size_t kKitAt = 16;
 constexpr std::size_t kTempoAt = 18;
 constexpr std::size_t kNumeratorAt = 20;
@@ -40,23 +36,11 @@ constexpr std::size_t kRecordCountAt = 12;
 
 // One note area serves all ten variations: only the Intro's notes are stored.
 constexpr std::size_t kRecordSize = sizeof(StepRecord);
-static_assert(kNotesAt + kMaxStepRecords * kRecordSize == PatternFileImage::kSlotSize);
+constexpr std::size_t kAreaRecords = limits::kMaxStepRecords;
+static_assert(kNotesAt + kAreaRecords * kRecordSize == PatternFileImage::kSlotSize);
 
-// A write clears only the first quarter of the slot area; the rest keeps what the previous
-// read or write left there. Readers go by the header count and each variation's record
-// count and never look further.
+// A write clears only the first quarter of the slot area.
 constexpr std::size_t kClearedOnWrite = PatternFileImage::kSlotAreaSize / 4;
-
-// Allocated once for the life of the process: the header and then the slot area, so that a
-// write hands the file over in one piece.
-std::array<std::uint8_t, PatternFileImage::kFileSize>& image() {
-    static std::array<std::uint8_t, PatternFileImage::kFileSize> bytes{};
-    return bytes;
-}
-
-Bytes slotArea() {
-    return Bytes(image()).subspan(PatternFileImage::kHeaderSize);
-}
 
 std::uint16_t get16(ConstBytes b, std::size_t at) {
     return static_cast<std::uint16_t>(b[at] | (b[at + 1] << 8));
@@ -89,73 +73,53 @@ std::string nameOf(ConstBytes slot) {
     return std::string(field.begin(), end);
 }
 
-bool isForcedFill(int variation) {
-    return variation == 2 || variation == 4 || variation == 6;
+Pattern readSlot(ConstBytes slot) {
+    Pattern p;
+    p.name = nameOf(slot);
+    p.kit = get16(slot, kKitAt);
+    p.tempo = get16(slot, kTempoAt);
+    p.numerator = slot[kNumeratorAt];
+    p.denominator = slot[kDenominatorAt];
+    std::size_t used = 0;
+    for (std::size_t v = 0; v < kVariationCount; ++v) {
+        const auto entry = slot.subspan(kEntriesAt + kEntrySize * v, kEntrySize);
+        p.variations[v] = {get16(entry, kFromAt), get16(entry, kBarsAt), get16(entry, kTotalBarsAt),
+                           get16(entry, kRecordCountAt)};
+        used = std::max<std::size_t>(used, get16(entry, kRecordCountAt));
+    }
+    StepRecords notes(std::min(used, kAreaRecords));
+    for (std::size_t i = 0; i < notes.size(); ++i) {
+        const std::size_t at = kNotesAt + i * kRecordSize;
+        notes[i] = {get16(slot, at), slot[at + 2], slot[at + 3]};
+    }
+    p.notes = std::make_shared<const StepRecords>(std::move(notes));
+    return p;
 }
 
-void readVariation(ConstBytes slot, int v, CPhraseData& phrase, PatternFileImage::ReadRules rules,
-                   StepRecords& scratch) {
-    const auto entry =
-        slot.subspan(kEntriesAt + kEntrySize * static_cast<std::size_t>(v), kEntrySize);
-    const std::size_t n = std::min(get16(entry, kRecordCountAt), rules.maxRecords);
-    scratch.resize(n);
+void writeSlot(Bytes slot, const Pattern& p) {
+    CPatternMgr::copyString(slot.first(kNameLength + 1), p.name, 0, kNameLength);
+    put16(slot, kKitAt, p.kit);
+    put16(slot, kTempoAt, p.tempo);
+    put8(slot, kNumeratorAt, p.numerator);
+    put8(slot, kDenominatorAt, p.denominator);
+    for (std::size_t v = 0; v < kVariationCount; ++v) {
+        const Bytes entry = slot.subspan(kEntriesAt + kEntrySize * v, kEntrySize);
+        const PatternSnapshot::Variation& var = p.variations[v];
+        put16(entry, kFromAt, var.from);
+        put16(entry, kBarsAt, var.bars);
+        put16(entry, kTotalBarsAt, var.totalBars);
+        put32(entry, kZeroAt, 0);
+        put16(entry, kRecordCountAt, std::min(var.recordCount, limits::kMaxStepRecords));
+    }
+    if (!p.notes) return;
+    const std::size_t n = std::min(p.notes->size(), kAreaRecords);
     for (std::size_t i = 0; i < n; ++i) {
         const std::size_t at = kNotesAt + i * kRecordSize;
-        scratch[i] = {get16(slot, at), slot[at + 2], slot[at + 3]};
+        const StepRecord& r = (*p.notes)[i];
+        put16(slot, at, r.delta);
+        put8(slot, at + 2, r.note);
+        put8(slot, at + 3, r.velocity);
     }
-    // Notes first: they reset the window, against which from and bars are then clamped. The
-    // stored total bars are not read; the notes give them again.
-    phrase.setSeqData(scratch.data(), static_cast<std::int32_t>(n));
-    phrase.setFrom(get16(entry, kFromAt));
-    phrase.setBars(get16(entry, kBarsAt));
-    // Marks the variation as coming from the unit rather than from a MIDI file.
-    phrase.setFileName("USER");
-    if (rules.fillsOneBar && isForcedFill(v)) phrase.setBars(1);
-}
-
-void readSlot(ConstBytes slot, CPtnDataMgr& pattern, PatternFileImage::ReadRules rules,
-              StepRecords& scratch) {
-    pattern.setName(nameOf(slot));
-    pattern.setKitNum(get16(slot, kKitAt));
-    pattern.setTempo(get16(slot, kTempoAt));
-    pattern.setNume(slot[kNumeratorAt]);
-    pattern.setDeno(slot[kDenominatorAt]);
-    for (int v = 0; v < kVariationCount; ++v) {
-        readVariation(slot, v, *pattern.getPhraseAtVariation(v), rules, scratch);
-    }
-}
-
-void writeVariation(Bytes entry, const CPhraseData& phrase) {
-    put16(entry, kFromAt, phrase.getFrom());
-    put16(entry, kBarsAt, phrase.getBars());
-    put16(entry, kTotalBarsAt, phrase.getTotalBars());
-    put32(entry, kZeroAt, 0);
-    put16(entry, kRecordCountAt, std::min(phrase.getSeqDataCount(), kMaxStepRecords));
-}
-
-void writeNotes(Bytes slot, const CPhraseData& intro) {
-    const SharedStepRecords records = intro.getSeqData();
-    if (!records) return;
-    const std::size_t n = std::min(records->size(), std::size_t{kMaxStepRecords});
-    for (std::size_t i = 0; i < n; ++i) {
-        const std::size_t at = kNotesAt + i * kRecordSize;
-        put16(slot, at, (*records)[i].delta);
-        put8(slot, at + 2, (*records)[i].note);
-        put8(slot, at + 3, (*records)[i].velocity);
-    }
-}
-
-void writeSlot(Bytes slot, const CPtnDataMgr& pattern) {
-    CPatternMgr::copyString(slot.first(kNameLength + 1), pattern.getName(), 0, kNameLength);
-    put16(slot, kKitAt, pattern.getKitNum());
-    put16(slot, kTempoAt, pattern.getTempo());
-    put8(slot, kNumeratorAt, pattern.getNume());
-    put8(slot, kDenominatorAt, pattern.getDeno());
-    for (int v = 0; v < kVariationCount; ++v) {
-        const auto at = kEntriesAt + kEntrySize * static_cast<std::size_t>(v);
-        writeVariation(slot.subspan(at, kEntrySize), *pattern.getPhraseAtVariation(v));
-    }
-    writeNotes(slot, *pattern.getPhraseAtVariation(0));
 }
 
 }  // namespace
@@ -164,40 +128,41 @@ bool PatternFileImage::isPatternFile(std::span<const std::uint8_t> file) {
     return file.size() >= kFileSize && std::memcmp(file.data(), kMagic, sizeof kMagic) == 0;
 }
 
-bool PatternFileImage::read(std::span<const std::uint8_t> file, ReadRules rules) {
-    if (!isPatternFile(file)) return false;
-    CPatternMgr& patterns = Context::current().patterns();
-    patterns.clearAllPtnData();
-    const Bytes slots = slotArea();
-    std::copy_n(file.begin() + kHeaderSize, kSlotAreaSize, slots.begin());
-    // The header alone says how many slots are in use; a count beyond the 50 slots a file
-    // holds is not believed.
-    const std::size_t count = std::min(get32(file, kCountAt) / kSlotSize, kSlotCount);
-    StepRecords scratch;
-    scratch.reserve(kMaxStepRecords);
-    for (std::size_t p = 0; p < count; ++p) {
-        readSlot(slots.subspan(p * kSlotSize, kSlotSize), *patterns.addPatternData(), rules,
-                 scratch);
-    }
-    patterns.setCurPatternNum(0);
-    if (const auto current = patterns.getCurPattarn()) current->setCurVariationNum(0);
-    patterns.setActive();
-    return true;
+PatternFileImage::PatternFileImage() : mBytes(kFileSize, 0) {}
+
+PatternFileImage::PatternFileImage(std::vector<std::uint8_t> bytes) : mBytes(std::move(bytes)) {
+    mBytes.resize(kFileSize, 0);
 }
 
-std::span<const std::uint8_t> PatternFileImage::write() {
-    const CPatternMgr::PatternList& list = Context::current().patterns().getPtnData();
-    if (list.empty()) return {};
-    const Bytes slots = slotArea();
-    std::fill_n(slots.begin(), kClearedOnWrite, std::uint8_t{0});
-    const std::size_t count = std::min(list.size(), kSlotCount);
-    for (std::size_t p = 0; p < count; ++p) {
-        writeSlot(slots.subspan(p * kSlotSize, kSlotSize), *list[p]);
+PatternFileImage::Contents PatternFileImage::read() const {
+    Contents contents;
+    const ConstBytes file(mBytes);
+    // The header alone says how many slots are in use; a count beyond the 50 slots a file
+    // holds is not believed.
+    const std::size_t claimed = get32(file, kCountAt) / kSlotSize;
+    if (claimed > kSlotCount) {
+        contents.warning = "the header claims " + std::to_string(claimed) +
+                           " patterns, but a pattern file holds " + std::to_string(kSlotCount) +
+                           "; reading " + std::to_string(kSlotCount);
     }
-    const Bytes header = Bytes(image()).first(kHeaderSize);
-    std::memcpy(header.data(), kMagic, sizeof kMagic);
-    put32(header, kCountAt, static_cast<std::uint32_t>(count * kSlotSize));
-    return image();
+    const std::size_t count = std::min(claimed, kSlotCount);
+    contents.patterns.reserve(count);
+    for (std::size_t p = 0; p < count; ++p) {
+        contents.patterns.push_back(readSlot(file.subspan(kHeaderSize + p * kSlotSize, kSlotSize)));
+    }
+    return contents;
+}
+
+void PatternFileImage::write(const std::vector<Pattern>& patterns) {
+    const Bytes file(mBytes);
+    const Bytes slots = file.subspan(kHeaderSize);
+    std::fill_n(slots.begin(), kClearedOnWrite, std::uint8_t{0});
+    const std::size_t count = std::min(patterns.size(), kSlotCount);
+    for (std::size_t p = 0; p < count; ++p) {
+        writeSlot(slots.subspan(p * kSlotSize, kSlotSize), patterns[p]);
+    }
+    std::memcpy(file.data(), kMagic, sizeof kMagic);
+    put32(file, kCountAt, static_cast<std::uint32_t>(count * kSlotSize));
 }
 
 }  // namespace tavrel

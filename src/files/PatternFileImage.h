@@ -1,13 +1,17 @@
-// The byte layout of the unit's user pattern file (RHYTHM.QL0, and the exported copies of it)
-// and the one process-wide buffer that every read and write of such a file goes through.
+// The byte layout of the unit's user pattern file (RHYTHM.QL0, and the exported copies of it):
+// a value holding one whole file, decoded into patterns or encoded from them.
 //
 // The file is always 2,009,212 bytes: "PTN_0000", the number of slot bytes in use, then 50
 // slots of 40,184 bytes whatever the number of patterns. All numbers are little-endian.
 #pragma once
 
+#include "files/PatternSnapshot.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
+#include <vector>
 
 namespace tavrel {
 
@@ -28,22 +32,37 @@ public:
     };
     // The unit never gives a variation its 10,000th record, and always plays those fills as
     // one bar (D Fill keeps its stored window).
-    static constexpr ReadRules kUnitRules{9999, true};
+    static constexpr ReadRules kUnitRules{limits::kMaxStepRecords - 1, true};
     // A backup comes back as it was written, up to what a slot's note area holds.
-    static constexpr ReadRules kImportRules{10000, false};
+    static constexpr ReadRules kImportRules{limits::kMaxStepRecords, false};
+
+    // The patterns of a file: every variation's stored record count as it stands, and the
+    // slot's note area as far as any variation counts into it.
+    struct Contents {
+        std::vector<PatternSnapshot::Pattern> patterns;
+        // Set when the header claims more patterns than the file holds.
+        std::string warning;
+    };
 
     // The magic and the full length; anything shorter cannot hold the 50 slots the header
     // promises.
     static bool isPatternFile(std::span<const std::uint8_t> file);
 
-    // Replaces the process's pattern collection by the patterns of `file`. False, with the
-    // collection untouched, when `file` is not a pattern file.
-    static bool read(std::span<const std::uint8_t> file, ReadRules rules);
+    // An image of zeros, or of the given bytes (cut or padded to the file's length).
+    PatternFileImage();
+    explicit PatternFileImage(std::vector<std::uint8_t> bytes);
 
-    // Encodes the collection, at most 50 patterns, into the shared buffer and returns the
-    // whole file image; valid until the next read or write. Empty when the collection holds
-    // no pattern, so that nothing gets written.
-    static std::span<const std::uint8_t> write();
+    // Patterns of the image; call only on a pattern file.
+    Contents read() const;
+    // Encodes at most 50 patterns over what the image held. Only the first quarter of the
+    // slot area is cleared first: bytes a write does not reach keep what the previous read
+    // or write left there, and readers never look at them.
+    void write(const std::vector<PatternSnapshot::Pattern>& patterns);
+
+    const std::vector<std::uint8_t>& bytes() const { return mBytes; }
+
+private:
+    std::vector<std::uint8_t> mBytes;
 };
 
 }  // namespace tavrel

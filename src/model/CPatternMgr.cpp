@@ -26,11 +26,61 @@ bool isBeyond(std::int32_t index, std::size_t count) {
     return static_cast<std::uint32_t>(index) >= count;
 }
 
+PatternChange currentChanged() {
+    return {PatternChange::Kind::Current};
+}
+
+PatternChange inserted(std::int32_t row) {
+    PatternChange change{PatternChange::Kind::Inserted};
+    change.pattern = row;
+    return change;
+}
+
 }  // namespace
 
-void CPatternMgr::notify() {
+CPatternMgr::Batch::Batch(CPatternMgr& patterns) : mPatterns(patterns) {
+    if (mPatterns.mBatchDepth++ == 0) {
+        mPatterns.mBatchChanged = false;
+        mPatterns.mBatchKitChanged = false;
+        mPatterns.mBatchSummary = {};
+    }
+}
+
+CPatternMgr::Batch::~Batch() {
+    if (--mPatterns.mBatchDepth == 0) mPatterns.endBatch();
+}
+
+void CPatternMgr::Batch::setSummary(PatternChange summary) {
+    mPatterns.mBatchSummary = std::move(summary);
+}
+
+void CPatternMgr::endBatch() {
+    NotificationCenter& centre = Context::current().notifications();
+    if (mBatchChanged) {
+        centre.post(NOTIFY_PATTERN_PARM_CHANGED, this, &mBatchSummary);
+    } else if (mBatchKitChanged) {
+        centre.post(NOTIFY_UPDATE_PARM, this, &mBatchSummary);
+    }
+}
+
+void CPatternMgr::notify(const PatternChange& change) {
     CEditNotify::set();
-    Context::current().notifications().post(NOTIFY_PATTERN_PARM_CHANGED, this);
+    post(NOTIFY_PATTERN_PARM_CHANGED, this, change);
+}
+
+void CPatternMgr::post(std::string_view name, const void* object, const PatternChange& change) {
+    if (mBatchDepth > 0) {
+        (name == NOTIFY_UPDATE_PARM ? mBatchKitChanged : mBatchChanged) = true;
+        return;
+    }
+    Context::current().notifications().post(name, object, &change);
+}
+
+std::int32_t CPatternMgr::rowOf(const CPtnDataMgr* pattern) const {
+    for (std::size_t i = 0; i < mPtnDataArray.size(); ++i) {
+        if (mPtnDataArray[i].get() == pattern) return static_cast<std::int32_t>(i);
+    }
+    return -1;
 }
 
 void CPatternMgr::setCurPatternNum(std::int32_t n) {
@@ -42,13 +92,13 @@ void CPatternMgr::setCurPatternNum(std::int32_t n) {
         // The newly current pattern shows the variation the editor was on.
         setCurVariationNum(mCurVariationNum);
     }
-    notify();
+    notify(currentChanged());
 }
 
 void CPatternMgr::setCurVariationNum(std::int32_t n) {
     mCurVariationNum = n;
     if (mCurPattern) mCurPattern->setCurVariationNum(n);
-    notify();
+    notify(currentChanged());
 }
 
 std::shared_ptr<CPhraseData> CPatternMgr::getCurPhrase() const {
@@ -65,7 +115,7 @@ std::shared_ptr<CPtnDataMgr> CPatternMgr::addPatternData() {
     mPtnDataArray.push_back(pattern);
     mCurPattern = pattern;
     mCurPatternNum = static_cast<std::int32_t>(mPtnDataArray.size() - 1);
-    notify();
+    notify(inserted(mCurPatternNum));
     return pattern;
 }
 
@@ -76,11 +126,15 @@ std::shared_ptr<CPtnDataMgr> CPatternMgr::insertPatternData() {
     mPtnDataArray.insert(mPtnDataArray.begin() + static_cast<std::ptrdiff_t>(at), pattern);
     mCurPattern = pattern;
     mCurPatternNum = static_cast<std::int32_t>(at);
-    notify();
+    notify(inserted(mCurPatternNum));
     return pattern;
 }
 
 void CPatternMgr::removePatternData() {
+    PatternChange change{PatternChange::Kind::Removed};
+    for (std::size_t i = 0; i < mPtnDataArray.size(); ++i) {
+        if (mPtnDataArray[i] == mCurPattern) change.rows.push_back(static_cast<std::int32_t>(i));
+    }
     std::erase(mPtnDataArray, mCurPattern);
     const auto count = mPtnDataArray.size();
     if (isBeyond(mCurPatternNum, count)) mCurPatternNum = static_cast<std::int32_t>(count) - 1;
@@ -89,7 +143,7 @@ void CPatternMgr::removePatternData() {
     } else {
         mCurPattern.reset();
     }
-    notify();
+    notify(change);
 }
 
 void CPatternMgr::removePatternData(const IndexSet& rows) {
@@ -97,12 +151,18 @@ void CPatternMgr::removePatternData(const IndexSet& rows) {
     // Removing every row keeps the first pattern: the list is never emptied from the UI.
     if (mPtnDataArray.size() <= rows.size()) doomed.erase(0);
     PatternList kept;
+    PatternChange change{PatternChange::Kind::Removed};
     for (std::size_t i = 0; i < mPtnDataArray.size(); ++i) {
-        if (doomed.count(static_cast<std::int32_t>(i)) == 0) kept.push_back(mPtnDataArray[i]);
+        const auto row = static_cast<std::int32_t>(i);
+        if (doomed.count(row) == 0) {
+            kept.push_back(mPtnDataArray[i]);
+        } else {
+            change.rows.push_back(row);
+        }
     }
     mPtnDataArray = std::move(kept);
     setCurPatternNum(mPtnDataArray.empty() ? -1 : 0);
-    notify();
+    notify(change);
 }
 
 void CPatternMgr::movePatternData(std::int32_t row, const IndexSet& rows) {
@@ -126,7 +186,12 @@ void CPatternMgr::movePatternData(std::int32_t row, const IndexSet& rows) {
         isBeyond(row, count) ? static_cast<std::int32_t>(order.size()) - 1 : row;
     mPtnDataArray = std::move(order);
     setCurPatternNum(current);
-    notify();
+    PatternChange change{PatternChange::Kind::Moved};
+    change.pattern = row;
+    for (std::int32_t i : rows) {
+        if (!isBeyond(i, count)) change.rows.push_back(i);
+    }
+    notify(change);
 }
 
 std::shared_ptr<CPtnDataMgr> CPatternMgr::getPatternDataByName(const std::string& name) const {

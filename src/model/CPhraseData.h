@@ -2,6 +2,7 @@
 // bars (from, bars) that the variation plays out of them.
 #pragma once
 
+#include "model/PatternChange.h"
 #include "model/StepRecord.h"
 
 #include <cstdint>
@@ -12,6 +13,7 @@
 namespace tavrel {
 
 class CPhraseFile;
+class CPtnDataMgr;
 
 class CPhraseData {
 public:
@@ -24,6 +26,9 @@ public:
     // Reads the file with this variation's own reader the first time; later calls keep the
     // notes of that first reader and only store the new path.
     void setFileName(const std::string& path);
+    // The same with a reader that has already read the file (or loaded nothing, for a name
+    // that is no file), so that nothing is opened here; one reader may serve many variations.
+    void setFileName(const std::string& path, std::shared_ptr<const CPhraseFile> reader);
 
     std::int32_t getFrom() const { return mFrom; }
     void setFrom(std::int32_t from);
@@ -42,14 +47,18 @@ public:
     std::int32_t getSeqDataCount() const { return mSeqDataCount; }
     // Copies `count` records and resets the window to the whole phrase.
     void setSeqData(const StepRecord* records, std::int32_t count);
+    // The same, sharing an array that never changes instead of copying it.
+    void setSeqData(SharedStepRecords records);
 
     // Re-expresses the window in the pattern's new time signature; posts nothing.
     void renewPhraseNumerator(std::int32_t numerator, std::int32_t denominator);
 
     std::int32_t variNum() const { return mVariNum; }
     void setVariNum(std::int32_t n) { mVariNum = n; }
+    // The pattern this variation belongs to, which names it in change notifications.
+    void setOwner(CPtnDataMgr* owner) { mOwner = owner; }
 
-    void notify();
+    void notify(PatternChange::Field field = PatternChange::Field::None);
 
 private:
     std::string mFileName;
@@ -62,8 +71,9 @@ private:
     SharedStepRecords mSeqData;
     std::int32_t mSeqDataCount = 0;
     std::int32_t mTotalTicks = 0;
-    std::unique_ptr<CPhraseFile> mFile;
+    std::shared_ptr<const CPhraseFile> mFile;
     std::int32_t mVariNum = 0;
+    CPtnDataMgr* mOwner = nullptr;
 };
 
 }  // namespace tavrel

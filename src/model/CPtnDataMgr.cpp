@@ -1,6 +1,7 @@
 #include "model/CPtnDataMgr.h"
 
 #include "model/CEditNotify.h"
+#include "model/CPatternMgr.h"
 #include "model/CPhraseData.h"
 #include "model/Context.h"
 #include "model/NotificationCenter.h"
@@ -13,41 +14,64 @@ CPtnDataMgr::CPtnDataMgr() {
     for (int i = 0; i < kVariationCount; ++i) {
         mVariation[static_cast<std::size_t>(i)] = std::make_shared<CPhraseData>();
         mVariation[static_cast<std::size_t>(i)]->setVariNum(i);
+        mVariation[static_cast<std::size_t>(i)]->setOwner(this);
     }
     setCurVariationNum(0);
 }
 
-CPtnDataMgr::~CPtnDataMgr() = default;
+CPtnDataMgr::~CPtnDataMgr() {
+    // A player may hold a variation a little longer than its pattern lives.
+    for (const auto& v : mVariation) v->setOwner(nullptr);
+}
 
-void CPtnDataMgr::notify() {
+namespace {
+
+void postFor(const CPtnDataMgr* pattern, std::string_view name, const void* object,
+             PatternChange change) {
+    CPatternMgr& patterns = Context::current().patterns();
+    change.pattern = patterns.rowOf(pattern);
+    patterns.post(name, object, change);
+}
+
+}  // namespace
+
+void CPtnDataMgr::notify(PatternChange::Field field) {
     CEditNotify::set();
-    Context::current().notifications().post(NOTIFY_PATTERN_PARM_CHANGED, this);
+    postFor(this, NOTIFY_PATTERN_PARM_CHANGED, this, {PatternChange::Kind::Parameter, field});
 }
 
 void CPtnDataMgr::notify2() {
-    Context::current().notifications().post(NOTIFY_UPDATE_PARM, this);
+    postFor(this, NOTIFY_UPDATE_PARM, this,
+            {PatternChange::Kind::Parameter, PatternChange::Field::Kit});
+}
+
+void CPtnDataMgr::postVariationChange(const void* variation, std::int32_t variNum,
+                                      PatternChange::Field field) {
+    PatternChange change{PatternChange::Kind::Parameter, field};
+    change.variation = variNum;
+    postFor(this, NOTIFY_PATTERN_PARM_CHANGED, variation, change);
 }
 
 void CPtnDataMgr::setName(const std::string& name) {
     mName = name;
-    notify();
+    notify(PatternChange::Field::Name);
 }
 
 void CPtnDataMgr::setTempo(std::int32_t tempo) {
     mTempo = tempo;
-    notify();
+    notify(PatternChange::Field::Tempo);
 }
 
 void CPtnDataMgr::setNume(std::int32_t numerator) {
     if (numerator == mNumerator) return;
     mNumerator = numerator;
-    notify();
+    notify(PatternChange::Field::Numerator);
 }
 
 void CPtnDataMgr::setDeno(std::int32_t denominator) {
     if (denominator == mDenominator) return;
     mDenominator = denominator;
-    notify();
+    notify(PatternChange::Field::Denominator);
 }
 
 void CPtnDataMgr::setKitNum(std::int32_t kit) {
@@ -58,7 +82,7 @@ void CPtnDataMgr::setKitNum(std::int32_t kit) {
 void CPtnDataMgr::setCurVariationNum(std::int32_t n) {
     mCurVariationNum = n;
     mCurVariation = getPhraseAtVariation(n);
-    notify();
+    notify(PatternChange::Field::CurrentVariation);
 }
 
 std::shared_ptr<CPhraseData> CPtnDataMgr::getPhraseAtVariation(std::int32_t n) const {
@@ -68,7 +92,7 @@ std::shared_ptr<CPhraseData> CPtnDataMgr::getPhraseAtVariation(std::int32_t n) c
 
 void CPtnDataMgr::renewPhraseNumerator() {
     for (const auto& v : mVariation) v->renewPhraseNumerator(mNumerator, mDenominator);
-    notify();
+    notify(PatternChange::Field::TimeSignature);
 }
 
 }  // namespace tavrel

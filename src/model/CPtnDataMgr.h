@@ -2,6 +2,8 @@
 // Verse Fill, Chorus, Chorus Fill, C, C Fill, D, D Fill, Ending).
 #pragma once
 
+#include "model/PatternChange.h"
+
 #include <array>
 #include <cstdint>
 #include <memory>
@@ -41,8 +43,13 @@ public:
     // Brings every variation's own time signature in line with the pattern's.
     void renewPhraseNumerator();
 
-    void notify();
+    // Raises the edited mark and posts NOTIFY_PATTERN_PARM_CHANGED for this pattern.
+    void notify(PatternChange::Field field = PatternChange::Field::None);
+    // Posts NOTIFY_UPDATE_PARM (the kit changed); not an edit.
     void notify2();
+    // Posts a change of one of this pattern's variations; the mark is raised by the caller.
+    void postVariationChange(const void* variation, std::int32_t variNum,
+                             PatternChange::Field field);
 
 private:
     std::string mName = "NO NAME";

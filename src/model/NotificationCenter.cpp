@@ -51,7 +51,8 @@ NotificationCenter::Token NotificationCenter::addObserver(std::string_view name,
     return Token(mState, id);
 }
 
-void NotificationCenter::post(std::string_view name, const void* object) const {
+void NotificationCenter::post(std::string_view name, const void* object,
+                              const PatternChange* change) const {
     // Callbacks run outside the lock so that they may post, observe or unregister themselves.
     std::vector<std::shared_ptr<const Callback>> due;
     {
@@ -60,7 +61,7 @@ void NotificationCenter::post(std::string_view name, const void* object) const {
             if (e.name == name) due.push_back(e.callback);
         }
     }
-    const Notification n{name, object};
+    const Notification n{name, object, change};
     for (const auto& cb : due) (*cb)(n);
 }
 

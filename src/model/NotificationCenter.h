@@ -12,9 +12,14 @@
 
 namespace tavrel {
 
+struct PatternChange;
+
 struct Notification {
     std::string_view name;
     const void* object = nullptr;  // the poster: a pattern, a variation, the collection, ...
+    // What changed, for the collection's own notifications; null for the others. Valid while
+    // the observers are being called.
+    const PatternChange* change = nullptr;
 };
 
 class NotificationCenter {
@@ -47,7 +52,8 @@ public:
 
     [[nodiscard]] Token addObserver(std::string_view name, Callback callback);
     // Observers added or removed by a callback take effect from the next post.
-    void post(std::string_view name, const void* object) const;
+    void post(std::string_view name, const void* object,
+              const PatternChange* change = nullptr) const;
 
 private:
     std::shared_ptr<Token::State> mState;

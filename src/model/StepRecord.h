@@ -1,6 +1,8 @@
 // One packed note of a variation: the layout the unit stores in its pattern file.
 #pragma once
 
+#include "model/Limits.h"
+
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -24,6 +26,6 @@ using StepRecords = std::vector<StepRecord>;
 using SharedStepRecords = std::shared_ptr<const StepRecords>;
 
 // The most records a variation holds, end marker included.
-inline constexpr int kMaxStepRecords = 10000;
+inline constexpr int kMaxStepRecords = limits::kMaxStepRecords;
 
 }  // namespace tavrel

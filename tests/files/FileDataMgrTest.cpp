@@ -1,13 +1,15 @@
 // CFileDataMgr: the unit's pattern file, backups of it, and MIDI files loaded as new patterns.
 #include "files/AtomicFileWriter.h"
 #include "files/CFileDataMgr.h"
-#include "files/CPhraseFile.h"
 #include "files/FolderStorage.h"
 #include "model/CEditNotify.h"
 #include "model/CPatternMgr.h"
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
+#include "model/NotificationCenter.h"
+#include "model/PatternChange.h"
+#include "smf/CPhraseFile.h"
 #include "support/NotificationRecorder.h"
 #include "support/ScratchFolder.h"
 #include "support/ScriptedAlerts.h"
@@ -16,6 +18,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <iterator>
 
 #include "SmfBuilder.h"
@@ -235,6 +238,83 @@ TEST_F(FileDataMgrTest, BarsAreRecountedInFourFourAndTheUnitPlaysThreeFillsAsOne
     for (int v : {2, 4, 6, 8}) EXPECT_EQ(pattern(0).getPhraseAtVariation(v)->getBars(), 4) << v;
 }
 
+// Works in `folder` while it lives.
+class WorkingDirectory {
+public:
+    explicit WorkingDirectory(const fs::path& folder) : mBefore(fs::current_path()) {
+        fs::current_path(folder);
+    }
+    ~WorkingDirectory() { fs::current_path(mBefore); }
+    WorkingDirectory(const WorkingDirectory&) = delete;
+    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
+
+private:
+    fs::path mBefore;
+};
+
+Bytes groove(std::uint32_t micros, std::uint8_t velocity = 100);
+
+// Variations read from a pattern file are named "USER", which is no file: a MIDI file of that
+// name in the working directory must not reach them, however the pattern file is read.
+TEST_F(FileDataMgrTest, PatternsReadFromAFileIgnoreAMidiFileNamedUser) {
+    addPattern("ROCK", quarters(51));
+    ASSERT_TRUE(CFileDataMgr::saveData());
+    const fs::path backup = writeBytes(dir / "a.QL0", readBytes(unitFile()));
+    writeBytes(dir / "USER", groove(300000));
+    const WorkingDirectory inDir(dir.path());
+    const std::vector<std::pair<std::string, std::function<bool()>>> reads = {
+        {"import", [&] { return CFileDataMgr::importData(backup); }},
+        {"unit", [] { return CFileDataMgr::loadData(); }},
+        {"bytes", [&] { return CFileDataMgr::loadDataFrom(readBytes(backup)); }},
+    };
+    for (const auto& [how, read] : reads) {
+        ASSERT_TRUE(read()) << how;
+        for (int v = 0; v < kVariationCount; ++v) {
+            CPhraseData& phrase = *pattern(0).getPhraseAtVariation(v);
+            EXPECT_EQ(notesOf(phrase), quarters(51)) << how << " " << v;
+            EXPECT_EQ(phrase.getFileName(), "USER");
+        }
+        EXPECT_EQ(pattern(0).getTempo(), 120) << how;
+        // The reader the variation holds loaded nothing, and a later name re-applies that.
+        CPhraseData& intro = *pattern(0).getPhraseAtVariation(0);
+        intro.setFileName("USER");
+        EXPECT_EQ(intro.getSeqDataCount(), 0) << how;
+        EXPECT_EQ(intro.getTempo(), 0) << how;
+    }
+}
+
+// A whole file read, and a MIDI load, each post one change for the collection, after it is
+// active, whatever the number of patterns and variations they set.
+TEST_F(FileDataMgrTest, AFileReadPostsOnceWhenTheCollectionIsActive) {
+    for (int i = 0; i < 50; ++i) addPattern("P" + std::to_string(i), quarters(16));
+    ASSERT_TRUE(CFileDataMgr::exportData(dir / "full.QL0"));
+    CEditNotify::clr();
+    test::NotificationRecorder seen;
+    std::vector<std::pair<bool, PatternChange>> posts;
+    const auto token =
+        ctx.notifications().addObserver(NOTIFY_PATTERN_PARM_CHANGED, [&](const Notification& n) {
+            ASSERT_NE(n.change, nullptr);
+            posts.emplace_back(patterns().getActive(), *n.change);
+        });
+
+    ASSERT_TRUE(CFileDataMgr::importData(dir / "full.QL0"));
+    ASSERT_EQ(patternCount(), 50u);
+    EXPECT_EQ(seen.count(NOTIFY_PATTERN_PARM_CHANGED), 1);
+    EXPECT_EQ(seen.count(NOTIFY_PARAM_CHANGED_MARK), 1);
+    EXPECT_EQ(seen.total(), 2);
+    ASSERT_EQ(posts.size(), 1u);
+    EXPECT_TRUE(posts[0].first) << "posted while the collection read as inactive";
+    EXPECT_EQ(posts[0].second.kind, PatternChange::Kind::Reset);
+
+    seen.clear();
+    posts.clear();
+    ASSERT_TRUE(CFileDataMgr::loadSmf(writeBytes(dir / "g.mid", groove(500000))));
+    EXPECT_EQ(seen.total(), 1);
+    ASSERT_EQ(posts.size(), 1u);
+    EXPECT_EQ(posts[0].second.kind, PatternChange::Kind::Inserted);
+    EXPECT_EQ(posts[0].second.pattern, 50);
+}
+
 // (from, bars) of every variation.
 std::vector<std::pair<int, int>> windows(const CPtnDataMgr& p) {
     std::vector<std::pair<int, int>> w;
@@ -300,7 +380,7 @@ TrackBuilder kicks(std::uint8_t velocity = 100) {
 }
 
 // The kicks in one track, after a Set Tempo unless `micros` is 0.
-Bytes groove(std::uint32_t micros, std::uint8_t velocity = 100) {
+Bytes groove(std::uint32_t micros, std::uint8_t velocity) {
     TrackBuilder t;
     if (micros != 0) t.tempo(0, micros);
     t.raw(kicks(velocity).body()).endOfTrack(96);
@@ -394,7 +474,7 @@ TEST_F(LoadSmfTest, FilesThatMakeNoPattern) {
     test::NotificationRecorder seen;
     EXPECT_FALSE(CFileDataMgr::loadSmf(dir / "missing.mid"));
     ASSERT_EQ(alerts->shown.size(), 1u);
-    EXPECT_EQ(alertText(0), "Load MIDI File.|Format error.|");
+    EXPECT_EQ(alertText(0), "Load MIDI File.|The file cannot be read: No such file or directory.|");
     EXPECT_EQ(seen.total(), 0);
 
     // Less than a bar: the pattern goes again, without a word.

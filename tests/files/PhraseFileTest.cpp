@@ -1,6 +1,10 @@
-#include "files/CPhraseFile.h"
+#include "smf/CPhraseFile.h"
+#include "smf/FileContents.h"
+#include "smf/SmfReader.h"
+#include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <set>
@@ -13,6 +17,7 @@
 namespace tavrel {
 namespace {
 
+namespace fs = std::filesystem;
 using test::Bytes;
 using test::chunk;
 using test::operator+;
@@ -329,6 +334,52 @@ TEST(PhraseFileTracks, ACutFileKeepsEverythingBeforeTheCut) {
         before = std::move(notes);
         tempoBefore = got.tempo;
     }
+}
+
+TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
+    test::ScratchFolder dir;
+    const Bytes groove = single(96, TrackBuilder().noteOn(0, 36, 100).endOfTrack(96));
+    const auto path = test::writeBytes(dir / "groove.mid", groove);
+    ASSERT_EQ(::mkfifo((dir / "pipe.mid").c_str(), 0600), 0);  // no writer: opening could block
+    fs::create_directory(dir / "folder.mid");
+    struct Read {
+        fs::path path;
+        std::size_t cap;
+        std::string error;
+    };
+    const std::vector<Read> cases = {
+        {path, groove.size(), ""},
+        {path, groove.size() - 1,
+         "is larger than " + std::to_string(groove.size() - 1) +
+             " bytes, the most a MIDI file may be"},
+        {path, smf::FileContents::kMaxMidiFileBytes, ""},
+        {dir / "pipe.mid", 1 << 20, "is not a regular file"},
+        {dir / "folder.mid", 1 << 20, "is not a regular file"},
+        {"/dev/zero", 1 << 20, "is not a regular file"},
+        {dir / "missing.mid", 1 << 20, "cannot be read: No such file or directory"},
+    };
+    for (const Read& c : cases) {
+        const auto file = smf::FileContents::read(c.path, c.cap);
+        EXPECT_EQ(file.error(), c.error) << c.path;
+        EXPECT_EQ(Bytes(file.bytes().begin(), file.bytes().end()),
+                  c.error.empty() ? groove : Bytes{})
+            << c.path;
+    }
+    CPhraseFile reader;
+    EXPECT_EQ(reader.checkSmf(dir / "pipe.mid"), -1);
+    EXPECT_EQ(reader.readError(), "is not a regular file");
+    EXPECT_TRUE(reader.loadSmf(path));
+    EXPECT_EQ(reader.readError(), "");
+}
+
+TEST(PhraseFileReading, TheReaderSaysWhereItStopped) {
+    const Bytes notes = TrackBuilder().noteOn(0, 36, 100).endOfTrack(96).chunk();
+    const Bytes file = smfHeader(1, 1, 96) + notes;
+    EXPECT_EQ(smf::readSmf(file).stoppedAt, file.size());
+    EXPECT_EQ(smf::readSmf(file + notes).stoppedAt, file.size()) << "a track beyond the count";
+    const Bytes cut(file.begin(), file.end() - 2);
+    EXPECT_EQ(smf::readSmf(cut).stoppedAt, cut.size());
+    EXPECT_EQ(smf::readSmf(Bytes(file.begin(), file.begin() + 13)).records, nullptr);
 }
 
 }  // namespace

@@ -1,9 +1,18 @@
 #include "model/CEditNotify.h"
+#include "model/CPatternMgr.h"
+#include "model/CPhraseData.h"
+#include "model/CPtnDataMgr.h"
 #include "model/Context.h"
 #include "model/NotificationCenter.h"
+#include "model/PatternChange.h"
 #include "support/NotificationRecorder.h"
 
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
 
 namespace tavrel {
 namespace {
@@ -59,6 +68,88 @@ TEST(EditNotify, PostsOnlyWhenTheMarkChangesAndEachContextHasItsOwn) {
     CEditNotify::clr();
     EXPECT_FALSE(CEditNotify::isEdited());
     EXPECT_EQ(rec.count(NOTIFY_PARAM_CHANGED_MARK), 2);
+}
+
+// Every change record of the posts `action` makes, as "kind field pattern variation [rows]".
+std::vector<std::string> recordsOf(const std::function<void()>& action) {
+    std::vector<std::string> seen;
+    std::vector<NotificationCenter::Token> tokens;
+    for (const auto name : {NOTIFY_PATTERN_PARM_CHANGED, NOTIFY_UPDATE_PARM}) {
+        tokens.push_back(
+            Context::current().notifications().addObserver(name, [&](const Notification& n) {
+                std::ostringstream line;
+                const PatternChange& c = *n.change;
+                line << static_cast<int>(c.kind) << ' ' << static_cast<int>(c.field) << ' '
+                     << c.pattern << ' ' << c.variation;
+                for (const auto row : c.rows) line << ' ' << row;
+                seen.push_back(line.str());
+            }));
+    }
+    action();
+    return seen;
+}
+
+TEST(ChangeRecords, SayWhichPatternVariationAndFieldChanged) {
+    using K = PatternChange::Kind;
+    using F = PatternChange::Field;
+    const auto rec = [](K k, F f, int pattern, int variation = -1, std::string rows = "") {
+        return std::to_string(static_cast<int>(k)) + ' ' + std::to_string(static_cast<int>(f)) +
+               ' ' + std::to_string(pattern) + ' ' + std::to_string(variation) + rows;
+    };
+    Context ctx;
+    CPatternMgr& patterns = ctx.patterns();
+    for (int i = 0; i < 4; ++i) patterns.addPatternData();
+    const auto second = patterns.getPtnData()[1];
+    const StepRecords notes(8, StepRecord{96, 36, 100});
+    second->getPhraseAtVariation(3)->setSeqData(notes.data(), 8);
+    const std::vector<std::pair<std::function<void()>, std::vector<std::string>>> cases = {
+        {[&] { second->setTempo(90); }, {rec(K::Parameter, F::Tempo, 1)}},
+        {[&] { second->setKitNum(4); }, {rec(K::Parameter, F::Kit, 1)}},
+        {[&] { second->getPhraseAtVariation(3)->setBars(2); }, {rec(K::Parameter, F::Bars, 1, 3)}},
+        {[&] { second->getPhraseAtVariation(3)->setFrom(1); },
+         {rec(K::Parameter, F::Bars, 1, 3), rec(K::Parameter, F::From, 1, 3)}},
+        // A new pattern shows its Intro before it joins the list.
+        {[&] { patterns.addPatternData(); },
+         {rec(K::Parameter, F::CurrentVariation, -1), rec(K::Inserted, F::None, 4)}},
+        {[&] {
+             patterns.removePatternData(CPatternMgr::IndexSet{0, 2});
+         },
+         {rec(K::Parameter, F::CurrentVariation, 0), rec(K::Current, F::None, -1),
+          rec(K::Current, F::None, -1), rec(K::Removed, F::None, -1, -1, " 0 2")}},
+        {[&] { patterns.movePatternData(0, {2}); },
+         {rec(K::Parameter, F::CurrentVariation, 0), rec(K::Current, F::None, -1),
+          rec(K::Current, F::None, -1), rec(K::Moved, F::None, 0, -1, " 2")}},
+        {[&] {
+             CPatternMgr::Batch outer(patterns);
+             CPatternMgr::Batch inner(patterns);
+             second->setName("X");
+             second->setKitNum(1);
+         },
+         {rec(K::Reset, F::None, -1)}},
+        {[&] {
+             CPatternMgr::Batch batch(patterns);
+             second->setKitNum(2);
+         },
+         {rec(K::Reset, F::None, -1)}},
+        {[&] { CPatternMgr::Batch nothing(patterns); }, {}},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        EXPECT_EQ(recordsOf(cases[i].first), cases[i].second) << "case " << i;
+    }
+}
+
+TEST(ChangeRecords, ABatchPostsKitsAloneAsAKitChange) {
+    Context ctx;
+    const auto pattern = ctx.patterns().addPatternData();
+    test::NotificationRecorder seen;
+    {
+        CPatternMgr::Batch batch(ctx.patterns());
+        pattern->setKitNum(3);
+        pattern->setKitNum(4);
+        EXPECT_EQ(seen.total(), 0);
+    }
+    EXPECT_EQ(seen.count(NOTIFY_UPDATE_PARM, &ctx.patterns()), 1);
+    EXPECT_EQ(seen.total(), 1);
 }
 
 }  // namespace
