@@ -7,7 +7,7 @@
 #include "app/AppOptions.h"
 #include "app/AppSession.h"
 #include "app/CPtnEditViewController.h"
-#include "app/DeviceSteps.h"
+#include "device/LinkRunner.h"
 #include "model/CEditNotify.h"
 #include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"

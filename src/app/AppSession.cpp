@@ -1,8 +1,8 @@
 #include "app/AppSession.h"
 
-#include "app/DeviceSteps.h"
 #include "app/QtAlerts.h"
 #include "device/CConnectionMgr.h"
+#include "device/LinkRunner.h"
 #include "device/MidiLib.h"
 #include "device/RealTimeline.h"
 #include "device/ThreadWaiter.h"
@@ -102,7 +102,7 @@ void AppSession::openLink(MidiService& midiService, VolumeService& volumes,
     auto& waiter = context.install<ThreadWaiter, Waiter>(std::make_unique<ThreadWaiter>(timeline));
     mLink = &context.install<CConnectionMgr, UnitStorage>(
         std::make_unique<CConnectionMgr>(*mMidi, volumes, waiter, *mAlerts));
-    mSteps = &context.install(std::make_unique<DeviceSteps>(*mLink, post));
+    mSteps = &context.install(std::make_unique<LinkRunner>(*mLink, post));
 }
 
 QString AppSession::unitName() const {

@@ -19,6 +19,7 @@ namespace tavrel {
 class CConnectionMgr;
 class CSeqSim;
 class CXMLFile;
+class LinkRunner;
 class MidiLib;
 class MidiService;
 class RealTimeline;
@@ -30,7 +31,6 @@ class SimulatedUnit;
 
 namespace tavrel::app {
 
-class DeviceSteps;
 class QtAlerts;
 
 class AppSession {
@@ -45,7 +45,7 @@ public:
     CSeqSim* sequencer() { return mSeq; }
     MidiLib* midi() { return mMidi; }
     CConnectionMgr* link() { return mLink; }  // null without a sequencer
-    DeviceSteps* steps() { return mSteps; }   // null with the link
+    LinkRunner* steps() { return mSteps; }    // the device thread; null with the link
     sim::SimulatedUnit* simulatedUnit() { return mUnit; }
     // Why no unit can be reached, for the window; empty when the link exists.
     const QString& problem() const { return mProblem; }
@@ -69,7 +69,7 @@ private:
     MidiLib* mMidi = nullptr;
     CSeqSim* mSeq = nullptr;
     CConnectionMgr* mLink = nullptr;
-    DeviceSteps* mSteps = nullptr;
+    LinkRunner* mSteps = nullptr;
     std::unique_ptr<CXMLFile> mSettings;
     QString mProblem;
 };

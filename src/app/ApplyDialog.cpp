@@ -3,6 +3,7 @@
 #include "app/AppSession.h"
 #include "app/CPtnEditViewController.h"
 #include "app/QtAlerts.h"
+#include "model/CEditNotify.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -81,6 +82,8 @@ void ApplyDialog::poll() {
     }
     mPoll->stop();
     mWorking = false;
+    // The edited mark is the model's, so it goes down here rather than on the worker.
+    if (mJob.saved()) CEditNotify::clr();
     close();
     ended();
 }

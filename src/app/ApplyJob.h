@@ -5,10 +5,10 @@
 // worker waits for them before it sets the end value.
 #pragma once
 
+#include "files/PatternSnapshot.h"
+
 #include <atomic>
 #include <thread>
-#include <utility>
-#include <vector>
 
 namespace tavrel {
 class Alerts;
@@ -31,16 +31,15 @@ public:
     // UI thread: takes what the worker writes from the collection, then starts it.
     void start(bool allMemories);
     int execCnt() const { return mExecCnt; }
+    // The user pattern file holds what the collection held at start (its edits are saved).
+    bool saved() const { return mSaved; }
 
 private:
-    struct KitAndTempo {
-        int kit;
-        int tempo;
-    };
-    void execute(bool allMemories, const std::vector<KitAndTempo>& patterns);
+    void execute(bool allMemories, const PatternSnapshot& snapshot);
 
     Alerts& mAlerts;
     std::atomic<int> mExecCnt{0};
+    std::atomic<bool> mSaved{false};
     std::thread mThread;
 };
 

@@ -2,13 +2,13 @@
 
 #include "app/AppDelegate.h"
 #include "app/AppSession.h"
-#include "app/DeviceSteps.h"
 #include "app/LoadVC.h"
 #include "app/NoConnectVC.h"
 #include "app/OccupitedVC.h"
 #include "app/QtAlerts.h"
 #include "app/ShowUnmountVC.h"
 #include "device/CConnectionMgr.h"
+#include "device/LinkRunner.h"
 #include "files/CXMLFile.h"
 #include "model/CEditNotify.h"
 #include "model/CPatternMgr.h"
@@ -144,8 +144,8 @@ void CPtnEditViewController::connect() {
     }
     // Whether another editor holds the unit is the unit's answer, which the device thread
     // waits for.
-    mSession.steps()->start(DeviceSteps::Step::AskOccupied,
-                            [this](const DeviceSteps::Outcome&) { continueConnect(); });
+    mSession.steps()->start(LinkRunner::Step::AskOccupied,
+                            [this](const LinkRunner::Outcome&) { continueConnect(); });
 }
 
 void CPtnEditViewController::continueConnect() {
@@ -153,7 +153,7 @@ void CPtnEditViewController::continueConnect() {
     if (!link.getConnected()) {
         mNoConnectViewFlag = true;
         performSegue("ShowConnect");
-    } else if (mSession.steps()->lastHeld() == 1) {
+    } else if (mSession.link()->getHeld().value_or(false)) {
         mOccupitViewFlag = true;
         performSegue("ShowOccupited");
     } else if (link.getEditorMode() != 0 && link.getMount() == 0) {
@@ -205,7 +205,7 @@ bool CPtnEditViewController::checkMidiConnect() {
 
 bool CPtnEditViewController::checkOccupited() {
     // The watch never asks the unit: it reads the last answer the device thread got.
-    return !episode(mSession.steps()->lastHeld() != 1, mOccupitViewFlag, "ShowOccupited");
+    return !episode(!mSession.link()->getHeld().value_or(false), mOccupitViewFlag, "ShowOccupited");
 }
 
 bool CPtnEditViewController::checkDiskMount() {
@@ -226,7 +226,6 @@ void CPtnEditViewController::changeBeat() {
     }
     if (!checkMidiConnect()) {
         mEditView->stop();
-        mSession.steps()->forgetHeld();
         return;
     }
     if (!checkDiskMount()) {
@@ -330,8 +329,8 @@ void CPtnEditViewController::closeEvent(QCloseEvent* event) {
     // Leaving editor mode also gives the storage back to the unit.
     CConnectionMgr* link = mSession.link();
     if (link != nullptr && link->getConnected() && link->getEditorMode() != 0 &&
-        mSession.steps()->start(DeviceSteps::Step::EditorOff,
-                                [this](const DeviceSteps::Outcome&) { quitNow(); })) {
+        mSession.steps()->start(LinkRunner::Step::EditorOff,
+                                [this](const LinkRunner::Outcome&) { quitNow(); })) {
         return;
     }
     quitNow();

@@ -3,8 +3,8 @@
 #include "app/AppDelegate.h"
 #include "app/AppSession.h"
 #include "app/CPtnEditViewController.h"
-#include "app/DeviceSteps.h"
 #include "device/CConnectionMgr.h"
+#include "device/LinkRunner.h"
 
 #include <QAction>
 #include <QLabel>
@@ -33,8 +33,8 @@ void ConnectVC::checker() {
     if (mActive == kWorkTick) {
         // The tick count stands still while the step runs; its end moves it on.
         if (steps().busy()) return;
-        const auto step = mUnmounting ? DeviceSteps::Step::Unmount : DeviceSteps::Step::Mount;
-        if (!steps().start(step, [this](const DeviceSteps::Outcome& o) { stepEnded(o.ok); })) {
+        const auto step = mUnmounting ? LinkRunner::Step::Unmount : LinkRunner::Step::Mount;
+        if (!steps().start(step, [this](const LinkRunner::Outcome& o) { stepEnded(o.ok); })) {
             return;
         }
         mActive = -1;  // waiting for the step

@@ -3,7 +3,7 @@
 #include "app/AppDelegate.h"
 #include "app/AppSession.h"
 #include "app/CPtnEditViewController.h"
-#include "app/DeviceSteps.h"
+#include "device/LinkRunner.h"
 #include "model/CPatternMgr.h"
 #include "model/Context.h"
 #include "model/Notifications.h"
@@ -71,7 +71,7 @@ CConnectionMgr& ConnectionDialog::link() {
     return *mSession.link();
 }
 
-DeviceSteps& ConnectionDialog::steps() {
+LinkRunner& ConnectionDialog::steps() {
     return *mSession.steps();
 }
 

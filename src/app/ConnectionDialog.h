@@ -16,14 +16,14 @@ class QTimer;
 
 namespace tavrel {
 class CConnectionMgr;
-}
+class LinkRunner;
+}  // namespace tavrel
 
 namespace tavrel::app {
 
 class AppDelegate;
 class AppSession;
 class CPtnEditViewController;
-class DeviceSteps;
 
 class ConnectionDialog : public QDialog {
     Q_OBJECT
@@ -44,7 +44,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
     CConnectionMgr& link();
-    DeviceSteps& steps();
+    LinkRunner& steps();
     bool anyPattern() const;
     // The dialog's own quit: the application's quit command.
     void onQuit();

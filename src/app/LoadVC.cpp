@@ -1,7 +1,7 @@
 #include "app/LoadVC.h"
 
 #include "app/CPtnEditViewController.h"
-#include "app/DeviceSteps.h"
+#include "device/LinkRunner.h"
 
 #include <QBoxLayout>
 #include <QProgressBar>
@@ -26,7 +26,7 @@ void LoadVC::startLoading() {
     if (mStarted) return;
     mStarted = true;
     const bool started =
-        steps().start(DeviceSteps::Step::LoadSequence, [this](const DeviceSteps::Outcome&) {
+        steps().start(LinkRunner::Step::LoadSequence, [this](const LinkRunner::Outcome&) {
             close();
             mWindow.loadSequenceEnded();
         });

@@ -2,8 +2,8 @@
 
 #include "app/AppDelegate.h"
 #include "app/CPtnEditViewController.h"
-#include "app/DeviceSteps.h"
 #include "device/CConnectionMgr.h"
+#include "device/LinkRunner.h"
 
 #include <QAction>
 #include <QPushButton>
@@ -38,8 +38,8 @@ void NoConnectVC::checkQL27T() {
     if (steps().busy()) return;
     if (!mAsked) {
         mAsked = true;
-        steps().start(DeviceSteps::Step::AskOccupied,
-                      [this](const DeviceSteps::Outcome& o) { answered(o.ok && !o.cancelled); });
+        steps().start(LinkRunner::Step::AskOccupied,
+                      [this](const LinkRunner::Outcome& o) { answered(o.ok && !o.cancelled); });
     }
 }
 

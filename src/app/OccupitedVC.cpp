@@ -2,8 +2,8 @@
 
 #include "app/AppDelegate.h"
 #include "app/CPtnEditViewController.h"
-#include "app/DeviceSteps.h"
 #include "device/CConnectionMgr.h"
+#include "device/LinkRunner.h"
 
 #include <QAction>
 
@@ -39,7 +39,7 @@ void OccupitedVC::hideEvent(QHideEvent* event) {
 // The unit is asked again; only a free unit, not yet held by us, goes on to loading.
 void OccupitedVC::onConnect() {
     if (!link().getConnected() ||
-        !steps().start(DeviceSteps::Step::AskOccupied, [this](const DeviceSteps::Outcome& o) {
+        !steps().start(LinkRunner::Step::AskOccupied, [this](const LinkRunner::Outcome& o) {
             if (!isVisible() || o.ok || o.cancelled || link().getEditorMode() != 0) return;
             close();
             mWindow.performSegue("ShowLoading");

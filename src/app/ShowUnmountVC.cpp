@@ -2,8 +2,8 @@
 
 #include "app/AppDelegate.h"
 #include "app/CPtnEditViewController.h"
-#include "app/DeviceSteps.h"
 #include "device/CConnectionMgr.h"
+#include "device/LinkRunner.h"
 
 #include <QAction>
 #include <QPushButton>
@@ -44,7 +44,7 @@ void ShowUnmountVC::hideEvent(QHideEvent* event) {
 // hold yet is loaded again.
 void ShowUnmountVC::onMount() {
     if (!link().getConnected()) return;
-    steps().start(DeviceSteps::Step::AskOccupied, [this](const DeviceSteps::Outcome& o) {
+    steps().start(LinkRunner::Step::AskOccupied, [this](const LinkRunner::Outcome& o) {
         if (!isVisible() || o.cancelled) return;
         if (o.ok && link().getEditorMode() == 0) {
             mAppDelegate.getMenuOfMount()->setChecked(false);

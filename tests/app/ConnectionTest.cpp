@@ -2,9 +2,9 @@
 // closed when its condition ends, driven through the real window and dialogs.
 #include "AppRig.h"
 
-#include "app/DeviceSteps.h"
 #include "app/QtAlerts.h"
 #include "device/CConnectionMgr.h"
+#include "device/LinkRunner.h"
 #include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"
 #include "views/CPatternEditView.h"
