@@ -75,7 +75,7 @@ void AppSession::openDesktop(const AppOptions& options) {
     if (!std::filesystem::exists(kSequencer, ec)) {
         mProblem = QString(
                        "This computer has no ALSA sequencer (%1 is missing), so no unit can be "
-                       "found. Import, export and MIDI files still work.")
+                       "found. Importing and exporting pattern files still work.")
                        .arg(kSequencer);
         mSeq = &context.install(std::make_unique<CSeqSim>(nullptr));
         return;

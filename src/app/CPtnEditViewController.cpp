@@ -37,6 +37,7 @@ namespace tavrel::app {
 namespace {
 constexpr int kWatchMs = 100;
 constexpr std::size_t kMaxPatterns = 50;
+constexpr int kNoteMs = 10000;
 }  // namespace
 
 CPtnEditViewController::CPtnEditViewController(AppSession& session, AppDelegate& delegate)
@@ -204,8 +205,12 @@ bool CPtnEditViewController::checkMidiConnect() {
 }
 
 bool CPtnEditViewController::checkOccupited() {
-    // The watch never asks the unit: it reads the last answer the device thread got.
-    return !episode(!mSession.link()->getHeld().value_or(false), mOccupitViewFlag, "ShowOccupited");
+    // The watch never asks the unit: it reads the last answer the device thread got. The unit
+    // counts this program as an editor too, so only a unit held outside editor mode is
+    // another's.
+    const CConnectionMgr& link = *mSession.link();
+    const bool held = link.getHeld().value_or(false) && link.getEditorMode() == 0;
+    return !episode(!held, mOccupitViewFlag, "ShowOccupited");
 }
 
 bool CPtnEditViewController::checkDiskMount() {
@@ -254,7 +259,12 @@ void CPtnEditViewController::changePtnData() {
     setWindowTitle(QString("Tavrel [%1]").arg(curNumber + 1));
 }
 
-void CPtnEditViewController::loadSequenceEnded() {
+void CPtnEditViewController::showNote(const std::string& text) {
+    if (!text.empty()) statusBar()->showMessage(QString::fromStdString(text), kNoteMs);
+}
+
+void CPtnEditViewController::loadSequenceEnded(const std::string& failure) {
+    showNote(failure);
     if (mSession.link() != nullptr && mSession.link()->isVolumeExist()) {
         mSession.rereadSettings();
     }
@@ -264,7 +274,8 @@ void CPtnEditViewController::loadSequenceEnded() {
     showStatus();
     const QStringList files = std::exchange(mPendingMidiFiles, {});
     for (const QString& path : files) mAppDelegate.loadSmfFile(path);
-    emit settled();
+    // Otherwise the watch opens a dialog next, which settles the window.
+    if (mSession.link()->getMount() != 0) emit settled();
 }
 
 void CPtnEditViewController::stopPreview() {

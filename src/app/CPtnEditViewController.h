@@ -13,6 +13,8 @@
 #include <QPointer>
 #include <QStringList>
 
+#include <string>
+
 class QLabel;
 class QPushButton;
 class QSplitter;
@@ -59,9 +61,12 @@ public:
 
     // MIDI files to load as new patterns once the unit's patterns are in.
     void setPendingMidiFiles(const QStringList& paths) { mPendingMidiFiles = paths; }
-    // The load sequence ran (whatever its result): the unit's settings are read again and the
-    // pending MIDI files loaded.
-    void loadSequenceEnded();
+    // The load sequence ran: the unit's settings are read again and the pending MIDI files
+    // loaded. `failure` is why it failed where the link showed no alert of its own; it is shown
+    // in the status bar, as the watch's dialog says what to do next.
+    void loadSequenceEnded(const std::string& failure = {});
+    // A passing note in the status bar (a step's reason for failing); nothing for empty text.
+    void showNote(const std::string& text);
 
 signals:
     // The window shows what it will show until the user acts: loaded, or a connection dialog up.

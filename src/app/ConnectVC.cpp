@@ -34,7 +34,7 @@ void ConnectVC::checker() {
         // The tick count stands still while the step runs; its end moves it on.
         if (steps().busy()) return;
         const auto step = mUnmounting ? LinkRunner::Step::Unmount : LinkRunner::Step::Mount;
-        if (!steps().start(step, [this](const LinkRunner::Outcome& o) { stepEnded(o.ok); })) {
+        if (!steps().start(step, [this](const LinkRunner::Outcome& o) { stepEnded(o); })) {
             return;
         }
         mActive = -1;  // waiting for the step
@@ -49,8 +49,9 @@ void ConnectVC::checker() {
 
 // The menu items follow the toggle only when its step worked; a failed step closes the dialog
 // and leaves them as they were (the link showed its own alert, if it has one).
-void ConnectVC::stepEnded(bool ok) {
-    if (!ok) {
+void ConnectVC::stepEnded(const LinkRunner::Outcome& outcome) {
+    if (!outcome.ok) {
+        mWindow.showNote(outcome.reason);
         close();
         return;
     }

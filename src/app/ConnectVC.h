@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/ConnectionDialog.h"
+#include "device/LinkRunner.h"
 
 namespace tavrel::app {
 
@@ -17,7 +18,7 @@ protected:
 
 private:
     void checker();
-    void stepEnded(bool ok);
+    void stepEnded(const LinkRunner::Outcome& outcome);
 
     int mActive = 0;
     bool mUnmounting = false;

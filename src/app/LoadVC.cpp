@@ -26,9 +26,9 @@ void LoadVC::startLoading() {
     if (mStarted) return;
     mStarted = true;
     const bool started =
-        steps().start(LinkRunner::Step::LoadSequence, [this](const LinkRunner::Outcome&) {
+        steps().start(LinkRunner::Step::LoadSequence, [this](const LinkRunner::Outcome& o) {
             close();
-            mWindow.loadSequenceEnded();
+            mWindow.loadSequenceEnded(o.reason);
         });
     if (!started) {
         close();

@@ -40,16 +40,22 @@ void ShowUnmountVC::hideEvent(QHideEvent* event) {
     ConnectionDialog::hideEvent(event);
 }
 
-// A unit still in editor mode whose storage went away is left alone: only a unit we do not
-// hold yet is loaded again.
+// A unit we do not hold yet is asked first and loaded whole. One we still hold, whose storage
+// did not come or went away, is only asked to mount it again, with the kits and patterns read.
 void ShowUnmountVC::onMount() {
     if (!link().getConnected()) return;
+    if (link().getEditorMode() != 0) {
+        steps().start(LinkRunner::Step::Mount, [this](const LinkRunner::Outcome& o) {
+            mWindow.loadSequenceEnded(o.reason);
+        });
+        return;
+    }
     steps().start(LinkRunner::Step::AskOccupied, [this](const LinkRunner::Outcome& o) {
-        if (!isVisible() || o.cancelled) return;
-        if (o.ok && link().getEditorMode() == 0) {
+        if (!isVisible() || o.cancelled || link().getEditorMode() != 0) return;
+        if (o.ok) {
             mAppDelegate.getMenuOfMount()->setChecked(false);
             mWindow.performSegue("ShowOccupited");
-        } else if (link().getEditorMode() == 0) {
+        } else {
             mWindow.performSegue("ShowLoading");
         }
     });

@@ -6,6 +6,9 @@
 #include "model/Context.h"
 
 #include <QApplication>
+#include <QDialog>
+#include <QPainter>
+#include <QPixmap>
 #include <QTimer>
 
 #include <cstdio>
@@ -14,6 +17,22 @@ namespace {
 
 void print(std::FILE* to, const QString& text) {
     std::fputs(text.toLocal8Bit().constData(), to);
+}
+
+// The window as the user sees it: with the dialog it shows, if any, centred over it.
+QPixmap picture(QWidget& window) {
+    QPixmap shot = window.grab();
+    for (QDialog* dialog : window.findChildren<QDialog*>()) {
+        if (!dialog->isVisible()) continue;
+        const QPixmap top = dialog->grab();
+        QPainter painter(&shot);
+        painter.drawPixmap((shot.width() - top.width()) / 2, (shot.height() - top.height()) / 3,
+                           top);
+        painter.setPen(window.palette().color(QPalette::Mid));
+        painter.drawRect((shot.width() - top.width()) / 2, (shot.height() - top.height()) / 3,
+                         top.width() - 1, top.height() - 1);
+    }
+    return shot;
 }
 
 }  // namespace
@@ -56,7 +75,7 @@ int main(int argc, char** argv) {
                          [&window, path] {
                              // After the layout of what settled has been drawn.
                              QTimer::singleShot(50, &window, [&window, path] {
-                                 if (!window.grab().save(path)) {
+                                 if (!picture(window).save(path)) {
                                      print(stderr, "tavrel: could not write " + path + "\n");
                                  }
                                  window.close();

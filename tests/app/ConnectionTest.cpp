@@ -117,5 +117,19 @@ TEST(DesktopConnection, HeldByAnotherEditorWaitsForConnectOnAFreeUnit) {
     EXPECT_TRUE(rig.menus().getMenuOfImport()->isEnabled());
 }
 
+// Waits out the unit's 10 s mount limit once.
+TEST(DesktopConnection, AStorageThatNeverCameIsMountedAgainFromTheUnmountDialog) {
+    AppRig rig({"--never-mount"});
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("ShowUnmountVC") != nullptr; }, 30000));
+    EXPECT_TRUE(rig.session().alerts().shown().isEmpty());
+    EXPECT_EQ(rig.dialog("OccupitedVC"), nullptr);  // held by this program, not another
+    EXPECT_EQ(rig.window().statusBar()->currentMessage(), "Unit storage not found.");
+
+    rig.unit().faults().neverMount = false;
+    rig.click("ShowUnmountVC", "mountButton");
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("ShowUnmountVC") == nullptr && rig.loaded(); }));
+    EXPECT_TRUE(rig.unit().mounted());
+}
+
 }  // namespace
 }  // namespace tavrel::test
