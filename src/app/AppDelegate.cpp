@@ -75,10 +75,13 @@ void AppDelegate::installMenus(CPtnEditViewController& window) {
     CEditNotify::clr();
 }
 
-void AppDelegate::setFileMenusEnabled(bool enabled) {
-    for (QAction* a : {mMenuOfMount, mMenuOfSmfLoad, mMenuOfImport, mMenuOfExport, mMenuOfApply,
-                       mMenuOfApplyAll}) {
-        a->setEnabled(enabled);
+void AppDelegate::setMenusEnabled(unsigned menus, bool enabled) {
+    const std::pair<Menu, QAction*> items[] = {
+        {kSmfLoad, mMenuOfSmfLoad}, {kImport, mMenuOfImport},     {kExport, mMenuOfExport},
+        {kApply, mMenuOfApply},     {kApplyAll, mMenuOfApplyAll}, {kMount, mMenuOfMount},
+    };
+    for (const auto& [bit, action] : items) {
+        if ((menus & bit) != 0) action->setEnabled(enabled);
     }
 }
 

@@ -33,8 +33,19 @@ public:
     QAction* getMenuOfExport() const { return mMenuOfExport; }
     QAction* getMenuOfApply() const { return mMenuOfApply; }
     QAction* getMenuOfApplyAll() const { return mMenuOfApplyAll; }
-    // The six items above, off (a connection dialog is up) or on.
-    void setFileMenusEnabled(bool enabled);
+    // The six items above, as bits for setMenusEnabled.
+    enum Menu : unsigned {
+        kSmfLoad = 1,
+        kImport = 2,
+        kExport = 4,
+        kApply = 8,
+        kApplyAll = 16,
+        kMount = 32,
+        // What needs the unit's storage and its patterns loaded.
+        kUnitWork = kSmfLoad | kImport | kApply | kApplyAll,
+        kAll = kUnitWork | kExport | kMount,
+    };
+    void setMenusEnabled(unsigned menus, bool enabled);
 
     // Loads a MIDI file as a new pattern, as the load command does after its file dialog.
     void loadSmfFile(const QString& path);

@@ -42,6 +42,14 @@ bool takeValue(const QStringList& args, qsizetype& i, const QString& name, QStri
     return true;
 }
 
+// The simulator's own lines for its switches, from --silent up to its --help.
+QString faultSwitchUsage() {
+    const QString all = QString::fromStdString(sim::UnitSimOptions::usage());
+    const auto from = all.indexOf("  --silent");
+    const auto to = all.indexOf("  -h, --help");
+    return from >= 0 && to > from ? all.mid(from, to - from) : QString();
+}
+
 }  // namespace
 
 std::optional<AppOptions> AppOptions::parse(const QStringList& args, QString& error) {
@@ -50,11 +58,7 @@ std::optional<AppOptions> AppOptions::parse(const QStringList& args, QString& er
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString& arg = args[i];
         QString value;
-        if (arg == "-h" || arg == "--help") {
-            o.help = true;
-        } else if (arg == "--version") {
-            o.version = true;
-        } else if (arg == "--simulate" || arg.startsWith("--simulate=")) {
+        if (arg == "--simulate" || arg.startsWith("--simulate=")) {
             const QString name = arg == "--simulate" ? QString("QL-900") : arg.mid(11);
             o.simulate = sim::UnitModel::named(name.toStdString());
             if (!o.simulate) {
@@ -109,16 +113,7 @@ patterns are in.
   --version              show the version
 
 The simulated unit's switches (with --simulate), so each dialog can be seen without hardware:
-  --silent               hear every message, answer none
-  --slow MS              act on and answer each request MS milliseconds late
-  --held                 another editor holds the unit
-  --drop-kit-reply N     lose the reply for kit slot N (0-based; the closing slot counts)
-  --drop-kit-lists K     ... in the next K kit lists (default 1), or in "all"
-  --never-mount          ignore mount requests; the storage never appears
-  --unplug-at STEP|N     vanish on receiving request STEP or the N-th message; STEP is one
-                         of editor-on, editor-off, editor-request, mount, unmount,
-                         mount-request, kit-request
-)";
+)" + faultSwitchUsage();
 }
 
 }  // namespace tavrel::app

@@ -21,8 +21,6 @@ struct AppOptions {
     sim::UnitSimOptions faults;                      // the simulated unit's switches
     QString screenshot;                              // save the loaded main window here, then quit
     QStringList midiFiles;  // loaded as new patterns once the unit's patterns are in
-    bool help = false;
-    bool version = false;
 
     // `args` without the program's name. None, with what is wrong in `error`, for a line that
     // cannot be followed.

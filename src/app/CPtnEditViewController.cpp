@@ -119,7 +119,7 @@ void CPtnEditViewController::showEvent(QShowEvent* event) {
 }
 
 void CPtnEditViewController::viewDidAppear() {
-    mAppDelegate.setFileMenusEnabled(false);
+    mAppDelegate.setMenusEnabled(AppDelegate::kAll, false);
     if (mSession.link() == nullptr) {
         // No unit can come; the pattern files still can.
         mAppDelegate.getMenuOfImport()->setEnabled(true);
@@ -244,7 +244,7 @@ void CPtnEditViewController::changeBeat() {
 void CPtnEditViewController::changePtnData() {
     CPatternMgr& patterns = Context::current().patterns();
     if (!patterns.getActive()) return;
-    mAppDelegate.setFileMenusEnabled(true);
+    mAppDelegate.setMenusEnabled(AppDelegate::kAll, true);
     mAppDelegate.getMenuOfMount()->setChecked(true);
     mTableView->reloadData();
     mEditView->update();

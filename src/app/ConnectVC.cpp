@@ -55,10 +55,9 @@ void ConnectVC::stepEnded(const LinkRunner::Outcome& outcome) {
         close();
         return;
     }
-    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
-                       mAppDelegate.getMenuOfExport(), mAppDelegate.getMenuOfApply()}) {
-        a->setEnabled(!mUnmounting);
-    }
+    mAppDelegate.setMenusEnabled(
+        AppDelegate::kSmfLoad | AppDelegate::kImport | AppDelegate::kExport | AppDelegate::kApply,
+        !mUnmounting);
     mAppDelegate.getMenuOfMount()->setChecked(!mUnmounting);
     if (!mUnmounting) mWindow.loadSequenceEnded();
     mActive = kCloseTick;

@@ -20,11 +20,7 @@ NoConnectVC::NoConnectVC(AppSession& session, CPtnEditViewController& window)
 
 void NoConnectVC::showEvent(QShowEvent* event) {
     ConnectionDialog::showEvent(event);
-    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
-                       mAppDelegate.getMenuOfApply(), mAppDelegate.getMenuOfApplyAll(),
-                       mAppDelegate.getMenuOfMount()}) {
-        a->setEnabled(false);
-    }
+    mAppDelegate.setMenusEnabled(AppDelegate::kUnitWork | AppDelegate::kMount, false);
     exportButton->setVisible(anyPattern());
     mAppDelegate.getMenuOfExport()->setEnabled(anyPattern());
     startTimer(100, [this] { checkQL27T(); });

@@ -19,19 +19,12 @@ OccupitedVC::OccupitedVC(AppSession& session, CPtnEditViewController& window)
 
 void OccupitedVC::showEvent(QShowEvent* event) {
     ConnectionDialog::showEvent(event);
-    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
-                       mAppDelegate.getMenuOfExport(), mAppDelegate.getMenuOfApply(),
-                       mAppDelegate.getMenuOfApplyAll()}) {
-        a->setEnabled(false);
-    }
+    mAppDelegate.setMenusEnabled(AppDelegate::kUnitWork | AppDelegate::kExport, false);
     mAppDelegate.getMenuOfMount()->setChecked(false);
 }
 
 void OccupitedVC::hideEvent(QHideEvent* event) {
-    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
-                       mAppDelegate.getMenuOfApply(), mAppDelegate.getMenuOfApplyAll()}) {
-        a->setEnabled(true);
-    }
+    mAppDelegate.setMenusEnabled(AppDelegate::kUnitWork, true);
     mAppDelegate.getMenuOfMount()->setChecked(true);
     ConnectionDialog::hideEvent(event);
 }

@@ -22,20 +22,14 @@ ShowUnmountVC::ShowUnmountVC(AppSession& session, CPtnEditViewController& window
 void ShowUnmountVC::showEvent(QShowEvent* event) {
     ConnectionDialog::showEvent(event);
     startTimer(100, [this] { checkQL27T(); });
-    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
-                       mAppDelegate.getMenuOfApply(), mAppDelegate.getMenuOfApplyAll()}) {
-        a->setEnabled(false);
-    }
+    mAppDelegate.setMenusEnabled(AppDelegate::kUnitWork, false);
     mAppDelegate.getMenuOfMount()->setChecked(false);
     mExportButton->setVisible(anyPattern());
     mAppDelegate.getMenuOfExport()->setEnabled(anyPattern());
 }
 
 void ShowUnmountVC::hideEvent(QHideEvent* event) {
-    for (QAction* a : {mAppDelegate.getMenuOfSmfLoad(), mAppDelegate.getMenuOfImport(),
-                       mAppDelegate.getMenuOfApply(), mAppDelegate.getMenuOfApplyAll()}) {
-        a->setEnabled(true);
-    }
+    mAppDelegate.setMenusEnabled(AppDelegate::kUnitWork, true);
     mAppDelegate.getMenuOfMount()->setChecked(true);
     ConnectionDialog::hideEvent(event);
 }

@@ -3,20 +3,33 @@
 #include "app/AppOptions.h"
 #include "app/AppSession.h"
 #include "app/CPtnEditViewController.h"
+#include "model/CPatternMgr.h"
 #include "model/Context.h"
 
 #include <QApplication>
 #include <QDialog>
+#include <QLabel>
 #include <QPainter>
 #include <QPixmap>
 #include <QTimer>
 
 #include <cstdio>
+#include <string_view>
 
 namespace {
 
 void print(std::FILE* to, const QString& text) {
     std::fputs(text.toLocal8Bit().constData(), to);
+}
+
+// What the picture shows, in a line: "QL-900 connected, storage mounted; 2 patterns".
+QString summary(QWidget& window) {
+    const auto* status = window.findChild<QLabel*>("unitStatus");
+    const auto count = tavrel::Context::current().patterns().getPtnData().size();
+    return QString("%1; %2 pattern%3\n")
+        .arg(status != nullptr ? status->text() : QString())
+        .arg(count)
+        .arg(count == 1 ? "" : "s");
 }
 
 // The window as the user sees it: with the dialog it shows, if any, centred over it.
@@ -35,9 +48,26 @@ QPixmap picture(QWidget& window) {
     return shot;
 }
 
+// --help and --version answer before Qt looks for a display.
+bool answeredAtOnce(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view arg = argv[i];
+        if (arg == "-h" || arg == "--help") {
+            print(stdout, tavrel::app::AppOptions::usage());
+            return true;
+        }
+        if (arg == "--version") {
+            print(stdout, QString("tavrel %1\n").arg(TAVREL_VERSION));
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (answeredAtOnce(argc, argv)) return 0;
     QApplication application(argc, argv);
     QApplication::setApplicationName("tavrel");
     QApplication::setOrganizationName("tavrel");
@@ -51,14 +81,6 @@ int main(int argc, char** argv) {
     if (!options) {
         print(stderr, "tavrel: " + error + "\n" + tavrel::app::AppOptions::usage());
         return 2;
-    }
-    if (options->help) {
-        print(stdout, tavrel::app::AppOptions::usage());
-        return 0;
-    }
-    if (options->version) {
-        print(stdout, QString("tavrel %1\n").arg(TAVREL_VERSION));
-        return 0;
     }
 
     // The process objects in start-up order: the kit list and the pattern collection with the
@@ -78,6 +100,7 @@ int main(int argc, char** argv) {
                                  if (!picture(window).save(path)) {
                                      print(stderr, "tavrel: could not write " + path + "\n");
                                  }
+                                 print(stdout, summary(window));
                                  window.close();
                              });
                          });
