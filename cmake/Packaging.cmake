@@ -54,13 +54,14 @@ set(CPACK_PACKAGE_VENDOR "Tavrel developers")
 set(CPACK_PACKAGE_CONTACT "Tavrel developers <tavrel@tavrel.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "drum patterns for QL-family loop and rhythm units")
 set(CPACK_PACKAGE_DESCRIPTION
-    "Tavrel turns Standard MIDI Files into the user rhythm patterns of a QL-family loop and
-rhythm unit, keeps the unit's store of 50 patterns, previews patterns through MIDI, writes
-kit and tempo into the unit's memories and backs everything up.
+    "Tavrel turns Standard MIDI Files into the user rhythm patterns of a
+QL-family loop and rhythm unit, keeps the unit's store of 50 patterns,
+previews patterns through MIDI, writes kit and tempo into the unit's
+memories and backs everything up.
 
-The package holds the desktop program (tavrel), the command-line tool (tavrel-cli) and a
-simulated unit on the ALSA sequencer (tavrel-unit-sim), so that all of it can be tried
-without hardware.")
+The package holds the desktop program (tavrel), the command-line tool
+(tavrel-cli) and a simulated unit on the ALSA sequencer (tavrel-unit-sim),
+so that all of it can be tried without hardware.")
 set(CPACK_PACKAGE_HOMEPAGE_URL "https://tavrel.org")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
@@ -69,9 +70,10 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # shlibdeps sees only what the programs link; Qt loads its platform plugins (xcb, wayland,
 # offscreen) with dlopen, and without one the desktop program cannot open a window.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins")
-# udisks2 lets Tavrel mount the unit's storage itself where no automounter does; alsa-utils
-# (aconnect, amidi) helps to see the unit on the sequencer.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "udisks2")
+# Where no automounter mounts the unit's storage, Tavrel mounts it through GIO, which sees
+# removable media through the gvfs volume monitor and mounts them through udisks2.
+# alsa-utils (aconnect, amidi) helps to see the unit on the sequencer.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "gvfs-daemons, udisks2")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "alsa-utils")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
