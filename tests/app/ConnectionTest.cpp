@@ -22,7 +22,7 @@ QString status(app::CPtnEditViewController& window) {
 
 TEST(DesktopConnection, StartUpLoadsTheUnitAndTheMidiFilesNamed) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
-    ASSERT_TRUE(waitUntil([&] { return rig.loaded(); }));
+    ASSERT_TRUE(rig.waitLoaded());
     EXPECT_TRUE(rig.unit().editorMode());
     EXPECT_TRUE(rig.unit().mounted());
     EXPECT_EQ(rig.window().windowTitle(), "Tavrel [1]");
@@ -43,7 +43,7 @@ TEST(DesktopConnection, StartUpLoadsTheUnitAndTheMidiFilesNamed) {
 
 TEST(DesktopConnection, UnpluggedWhilePlayingStopsAndAsksOnceThenLoadsWhenBack) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
-    ASSERT_TRUE(waitUntil([&] { return rig.loaded(); }));
+    ASSERT_TRUE(rig.waitLoaded());
     QTest::keyClick(&rig.window(), Qt::Key_Space);
     ASSERT_TRUE(rig.window().mPtnEditVeiw()->playing());
     QSignalSpy shown(&rig.window(), &app::CPtnEditViewController::settled);
@@ -76,7 +76,7 @@ TEST(DesktopConnection, NoConnectHidesExportWithoutPatterns) {
 
 TEST(DesktopConnection, UnmountingShowsTheUnmountDialogOnceAndMountLoadsAgain) {
     AppRig rig;
-    ASSERT_TRUE(waitUntil([&] { return rig.loaded(); }));
+    ASSERT_TRUE(rig.waitLoaded());
     QSignalSpy shown(&rig.window(), &app::CPtnEditViewController::settled);
     rig.menus().getMenuOfMount()->trigger();
     ASSERT_TRUE(waitUntil([&] { return rig.dialog("ConnectVC") != nullptr; }));
