@@ -290,7 +290,7 @@ void CPtnEditViewController::onRemoveSw() {
 }
 
 bool CPtnEditViewController::keyDown(QKeyEvent* event) {
-    if (event->modifiers() != Qt::NoModifier && event->modifiers() != Qt::KeypadModifier) {
+    if (event->modifiers() != Qt::NoModifier) {
         return false;
     }
     const QString text = event->text();
