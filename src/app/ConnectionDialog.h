@@ -38,8 +38,6 @@ protected:
     QLabel* label() const { return mLabel; }
     // A bar that moves for work of no known length.
     void addBusyBar();
-    // The body, below the message and above the buttons, for a dialog's own widgets.
-    QBoxLayout* body() const { return mBody; }
 
     void hideEvent(QHideEvent* event) override;
     // Escape does not close a dialog that stands for the link's state.
