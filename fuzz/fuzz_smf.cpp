@@ -1,5 +1,5 @@
-// libFuzzer target for the MIDI file reader: any bytes, no read outside them, and a loaded
-// file always gives 1..10,000 step records closed by the end marker.
+// libFuzzer target for the MIDI file reader: any bytes, no read outside them, a stop within
+// them, and a loaded file always gives 1..10,000 step records closed by the end marker.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "smf/CPhraseFile.h"
+#include "smf/SmfReader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::span<const std::uint8_t> bytes(data, size);
@@ -15,6 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int tracks = reader.checkSmfBytes(bytes);
     const bool loaded = reader.loadSmfBytes(bytes);
     if (loaded != (tracks > 0)) std::abort();
+    if (tavrel::smf::readSmf(bytes).stoppedAt > size) std::abort();
 
     if (!loaded) {
         if (reader.getSeqData() != nullptr || reader.getSeqDataCount() != 0) std::abort();

@@ -28,7 +28,6 @@
 #include <QPushButton>
 #include <QSplitter>
 #include <QStatusBar>
-#include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -82,24 +81,12 @@ CPtnEditViewController::CPtnEditViewController(AppSession& session, AppDelegate&
     mEditView->installEventFilter(this);
 
     if (CSeqSim* seq = session.sequencer()) seq->setup();
-    // Changes may be posted by the device thread while a step loads the unit's data; the views
-    // follow on the UI thread.
-    auto onUi = [this](void (CPtnEditViewController::*handler)()) {
-        return [this, handler](const Notification&) {
-            if (QThread::currentThread() == thread()) {
-                (this->*handler)();
-            } else {
-                QMetaObject::invokeMethod(this, handler, Qt::QueuedConnection);
-            }
-        };
-    };
+    // The model changes on this thread only: the device thread's readings are applied here too.
     auto& center = Context::current().notifications();
     mChangeObserver = center.addObserver(NOTIFY_PATTERN_PARM_CHANGED,
-                                         onUi(&CPtnEditViewController::changePtnData));
-    mKitObserver = center.addObserver(NOTIFY_UPDATE_PARM, [this](const Notification&) {
-        QMetaObject::invokeMethod(mTableView, &views::CPtnEditTableView::reloadData,
-                                  Qt::QueuedConnection);
-    });
+                                         [this](const Notification&) { changePtnData(); });
+    mKitObserver = center.addObserver(NOTIFY_UPDATE_PARM,
+                                      [this](const Notification&) { mTableView->reloadData(); });
     delegate.installMenus(*this);
 }
 
@@ -290,7 +277,7 @@ void CPtnEditViewController::onRemoveSw() {
 }
 
 bool CPtnEditViewController::keyDown(QKeyEvent* event) {
-    if (event->modifiers() != Qt::NoModifier && event->modifiers() != Qt::KeypadModifier) {
+    if (event->modifiers() != Qt::NoModifier) {
         return false;
     }
     const QString text = event->text();

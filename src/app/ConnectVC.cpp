@@ -20,6 +20,7 @@ constexpr int kCloseTick = 3;
 ConnectVC::ConnectVC(AppSession& session, CPtnEditViewController& window)
     : ConnectionDialog(session, window, "ConnectVC", {}) {
     setWindowFlag(Qt::WindowCloseButtonHint, false);
+    addBusyBar();
 }
 
 void ConnectVC::showEvent(QShowEvent* event) {

@@ -11,6 +11,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -50,6 +51,13 @@ QPushButton* ConnectionDialog::addButton(const QString& text, const QString& nam
     mButtons->addWidget(button);
     connect(button, &QPushButton::clicked, this, [action = std::move(action)] { action(); });
     return button;
+}
+
+void ConnectionDialog::addBusyBar() {
+    auto* busy = new QProgressBar(this);
+    busy->setRange(0, 0);
+    busy->setTextVisible(false);
+    mBody->addWidget(busy);
 }
 
 void ConnectionDialog::startTimer(int ms, std::function<void()> tick) {

@@ -36,8 +36,8 @@ protected:
     // Repeats `tick` every `ms` from now until the dialog hides.
     void startTimer(int ms, std::function<void()> tick);
     QLabel* label() const { return mLabel; }
-    // The body, below the message and above the buttons, for a dialog's own widgets.
-    QBoxLayout* body() const { return mBody; }
+    // A bar that moves for work of no known length.
+    void addBusyBar();
 
     void hideEvent(QHideEvent* event) override;
     // Escape does not close a dialog that stands for the link's state.

@@ -3,18 +3,13 @@
 #include "app/CPtnEditViewController.h"
 #include "device/LinkRunner.h"
 
-#include <QBoxLayout>
-#include <QProgressBar>
 #include <QTimer>
 
 namespace tavrel::app {
 
 LoadVC::LoadVC(AppSession& session, CPtnEditViewController& window)
     : ConnectionDialog(session, window, "LoadVC", "Now loading the unit's kits and patterns...") {
-    auto* busy = new QProgressBar(this);
-    busy->setRange(0, 0);  // the sequence's steps have no known length
-    busy->setTextVisible(false);
-    body()->addWidget(busy);
+    addBusyBar();
 }
 
 void LoadVC::showEvent(QShowEvent* event) {

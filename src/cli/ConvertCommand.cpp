@@ -5,6 +5,7 @@
 #include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
+#include "model/Limits.h"
 #include "smf/FileContents.h"
 #include "smf/SmfReader.h"
 
@@ -18,7 +19,7 @@ namespace tavrel::cli {
 namespace {
 
 // What the unit holds, and so what one pattern file can carry.
-constexpr std::size_t kMaxPatterns = 50;
+constexpr std::size_t kMaxPatterns = limits::kMaxPatterns;
 
 struct Options {
     std::vector<std::string> inputs;

@@ -131,8 +131,12 @@ bool UnitSession::load() {
     return loaded;
 }
 
+bool UnitSession::openStorage() {
+    return readyToTake() && run(LinkRunner::Step::Storage).ok;
+}
+
 bool UnitSession::store() {
-    if (!readyToTake() || !run(LinkRunner::Step::Storage).ok) return false;
+    if (!openStorage()) return false;
     if (CFileDataMgr::saveData()) return true;
     mAlerts.alert("User Pattern file cannot be created.");
     return false;

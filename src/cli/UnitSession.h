@@ -53,8 +53,10 @@ public:
     // The load sequence: editor mode, the storage mounted, the kit names and the user
     // patterns read into the Context. The unit stays in editor mode; see release().
     bool load();
-    // Editor mode, the storage mounted, and the Context's patterns written over the unit's
-    // RHYTHM.QL0 (the file it replaces is backed up first).
+    // Editor mode and the storage mounted, nothing read: the unit's files ready to be written.
+    bool openStorage();
+    // openStorage, and the Context's patterns written over the unit's RHYTHM.QL0 (the file it
+    // replaces is backed up first).
     bool store();
     // Ends the editor mode a step started, which gives the storage back to the unit. True
     // when there was none to end.

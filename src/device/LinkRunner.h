@@ -6,8 +6,10 @@
 // may send to the unit: a watch reads the link's state (CConnectionMgr's getters, getHeld)
 // and asks nothing.
 //
-// Alerts a step raises come on the device thread, which waits until they are answered. The
-// runner must go before the link it runs; a Done still queued when the runner goes is dropped.
+// Alerts a step raises come on the device thread, which waits until they are answered; so a
+// front end that shows them on the caller's thread must not destroy the runner from inside an
+// alert's wait. The runner must go before the link it runs; a Done still queued when the
+// runner goes is dropped. A cancel that comes after the step's end was posted ends nothing.
 #pragma once
 
 #include <functional>

@@ -24,14 +24,16 @@ bool ThreadWaiter::waitFor(std::chrono::milliseconds timeout, const Condition& d
     for (;;) {
         if (mSettle) mSettle();
         std::uint64_t generation = 0;
+        bool stop = false;
         {
             std::lock_guard lock(mLock);
             generation = mGeneration;
+            stop = mCancelled;
         }
         // Asked without the lock held: a notify from now on changes the generation, so none
         // is lost, and `done` may take locks of its own.
         if (done()) return true;
-        if (cancelled() || mTimeline.now() >= deadline) return false;
+        if (stop || mTimeline.now() >= deadline) return false;
         passTime(deadline, generation);
     }
 }
@@ -41,11 +43,26 @@ void ThreadWaiter::sleepFor(std::chrono::milliseconds duration) {
 }
 
 void ThreadWaiter::notify() {
-    {
-        std::lock_guard lock(mLock);
-        ++mGeneration;
-    }
+    std::lock_guard lock(mLock);
+    ++mGeneration;
     mNotified.notify_all();
+}
+
+void ThreadWaiter::cancel() {
+    std::lock_guard lock(mLock);
+    mCancelled = true;
+    ++mGeneration;
+    mNotified.notify_all();
+}
+
+bool ThreadWaiter::cancelled() const {
+    std::lock_guard lock(mLock);
+    return mCancelled;
+}
+
+void ThreadWaiter::rearm() {
+    std::lock_guard lock(mLock);
+    mCancelled = false;
 }
 
 void ThreadWaiter::passTime(TimePoint deadline, std::uint64_t generation) {
@@ -55,7 +72,7 @@ void ThreadWaiter::passTime(TimePoint deadline, std::uint64_t generation) {
     }
     std::unique_lock lock(mLock);
     const TimePoint until = std::min(deadline, std::chrono::steady_clock::now() + kRecheck);
-    mNotified.wait_until(lock, until, [&] { return mGeneration != generation || cancelled(); });
+    mNotified.wait_until(lock, until, [&] { return mGeneration != generation; });
 }
 
 }  // namespace tavrel

@@ -38,6 +38,9 @@ public:
     bool waitFor(std::chrono::milliseconds timeout, const Condition& done) override;
     void sleepFor(std::chrono::milliseconds duration) override;
     void notify() override;
+    void cancel() override;
+    bool cancelled() const override;
+    void rearm() override;
 
 private:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -50,9 +53,12 @@ private:
     Timeline& mTimeline;
     ManualTimeline* const mManual;  // null on the steady clock
     const Settle mSettle;
-    std::mutex mLock;
+    // Whoever notifies or cancels touches this object last inside the lock, so a waiter that
+    // saw the change may go at once.
+    mutable std::mutex mLock;
     std::condition_variable mNotified;
-    std::uint64_t mGeneration = 0;  // counts notify calls
+    std::uint64_t mGeneration = 0;  // counts notify and cancel calls
+    bool mCancelled = false;
 };
 
 }  // namespace tavrel

@@ -8,7 +8,6 @@
 // later one of the same step before it starts, until the next step re-arms the waiter.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <functional>
 
@@ -32,16 +31,10 @@ public:
     virtual void notify() = 0;
 
     // From any thread: the wait under way, and every one after it, ends at once.
-    void cancel() {
-        mCancelled.store(true);
-        notify();
-    }
-    bool cancelled() const { return mCancelled.load(); }
-    // Waits wait again; the device thread calls it before each step.
-    void rearm() { mCancelled.store(false); }
-
-private:
-    std::atomic<bool> mCancelled{false};
+    virtual void cancel() = 0;
+    virtual bool cancelled() const = 0;
+    // Waits wait again; called before each step.
+    virtual void rearm() = 0;
 };
 
 }  // namespace tavrel

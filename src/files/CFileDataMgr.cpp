@@ -51,15 +51,23 @@ bool writeWhole(const fs::path& target, std::span<const std::uint8_t> image) {
     return r.ok;
 }
 
-// The file image of `patterns`, written over the bytes of the collection's last pattern file.
-// Empty when there is no pattern, so that nothing gets written.
+// The file image of `patterns`, written over the bytes of the collection's last pattern file,
+// which then are these.
 std::vector<std::uint8_t> encode(const PatternSnapshot& patterns) {
-    if (patterns.empty()) return {};
-    const auto& retained = patterns.retained();
-    PatternFileImage image(retained ? retained->copy() : std::vector<std::uint8_t>{});
-    image.write(patterns.patterns());
-    if (retained) retained->keep(image.bytes());
-    return image.bytes();
+    std::vector<std::uint8_t> file;
+    const auto write = [&](std::vector<std::uint8_t>& retained) {
+        PatternFileImage image(std::move(retained));
+        image.write(patterns.patterns());
+        retained = image.bytes();
+        file = image.bytes();
+    };
+    if (patterns.retained()) {
+        patterns.retained()->update(write);
+    } else {
+        std::vector<std::uint8_t> fresh;
+        write(fresh);
+    }
+    return file;
 }
 
 // Notes first: they reset the window, against which from and bars are then clamped. The

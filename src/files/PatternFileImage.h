@@ -6,6 +6,7 @@
 #pragma once
 
 #include "files/PatternSnapshot.h"
+#include "model/Limits.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -19,7 +20,7 @@ class PatternFileImage {
 public:
     static constexpr std::size_t kHeaderSize = 12;
     static constexpr std::size_t kSlotSize = 40184;
-    static constexpr std::size_t kSlotCount = 50;
+    static constexpr std::size_t kSlotCount = limits::kMaxPatterns;
     static constexpr std::size_t kSlotAreaSize = kSlotSize * kSlotCount;
     static constexpr std::size_t kFileSize = kHeaderSize + kSlotAreaSize;
 

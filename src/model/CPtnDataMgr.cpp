@@ -46,7 +46,7 @@ void CPtnDataMgr::notify2() {
 }
 
 void CPtnDataMgr::postVariationChange(const void* variation, std::int32_t variNum,
-                                      PatternChange::Field field) {
+                                      PatternChange::Field field) const {
     PatternChange change{PatternChange::Kind::Parameter, field};
     change.variation = variNum;
     postFor(this, NOTIFY_PATTERN_PARM_CHANGED, variation, change);

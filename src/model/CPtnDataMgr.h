@@ -49,7 +49,7 @@ public:
     void notify2();
     // Posts a change of one of this pattern's variations; the mark is raised by the caller.
     void postVariationChange(const void* variation, std::int32_t variNum,
-                             PatternChange::Field field);
+                             PatternChange::Field field) const;
 
 private:
     std::string mName = "NO NAME";

@@ -11,17 +11,20 @@ namespace tavrel {
 
 class RetainedBytes {
 public:
-    std::vector<std::uint8_t> copy() const {
-        std::lock_guard lock(mMutex);
-        return mBytes;
-    }
     void keep(std::vector<std::uint8_t> bytes) {
         std::lock_guard lock(mMutex);
         mBytes = std::move(bytes);
     }
+    // Reads and replaces the bytes in one step, so that a write made from them is not undone
+    // by a read that comes between.
+    template <class Change>
+    void update(Change change) {
+        std::lock_guard lock(mMutex);
+        change(mBytes);
+    }
 
 private:
-    mutable std::mutex mMutex;
+    std::mutex mMutex;
     std::vector<std::uint8_t> mBytes;
 };
 

@@ -41,6 +41,20 @@ void putInOrder(Iter first, Iter last) {
     }
 }
 
+// Tracks interleave note by note, which a branch cannot predict; the choice is made with
+// arithmetic instead.
+void mergeRuns(const std::uint64_t* a, const std::uint64_t* aEnd, const std::uint64_t* b,
+               const std::uint64_t* bEnd, std::uint64_t* out) {
+    while (a != aEnd && b != bEnd) {
+        const bool takeB = *b < *a;
+        *out++ = takeB ? *b : *a;
+        b += takeB ? 1 : 0;
+        a += takeB ? 0 : 1;
+    }
+    out = std::copy(a, aEnd, out);
+    std::copy(b, bEnd, out);
+}
+
 }  // namespace
 
 void HitList::endTrack() {
@@ -60,11 +74,8 @@ void HitList::collapse() {
         for (std::size_t i = 0; i < mRuns.size(); i += 2) {
             const std::size_t middle = mRuns[i];
             const std::size_t end = i + 1 < mRuns.size() ? mRuns[i + 1] : mHits.size();
-            std::merge(mHits.begin() + static_cast<std::ptrdiff_t>(begin),
-                       mHits.begin() + static_cast<std::ptrdiff_t>(middle),
-                       mHits.begin() + static_cast<std::ptrdiff_t>(middle),
-                       mHits.begin() + static_cast<std::ptrdiff_t>(end),
-                       mScratch.begin() + static_cast<std::ptrdiff_t>(begin));
+            mergeRuns(&mHits[begin], &mHits[middle], &mHits[middle], mHits.data() + end,
+                      &mScratch[begin]);
             if (begin != 0) merged.push_back(begin);
             begin = end;
         }
@@ -93,10 +104,13 @@ StepRecords HitList::toRecords() {
     // t / 10 and quantising never drifts. A gap of 655,360 ticks or more wraps the 16 bits;
     // an end before the last note gives a "negative" delta, wrapped the same way.
     StepRecords records(mHits.size() + 1);
-    std::int64_t q = 0;
-    const auto put = [&q](StepRecord& r, std::int64_t t, std::uint8_t note, std::uint8_t velo) {
-        r = {static_cast<std::uint16_t>((t - q) / 10), note, velo};
-        q = (t / 10) * 10;
+    std::int32_t step = 0;  // q / 10
+    const auto put = [&step](StepRecord& r, std::int32_t t, std::uint8_t note, std::uint8_t velo) {
+        const std::int32_t q = step * 10;
+        step = t / 10;
+        // Both on the grid's positive side: the difference of the steps is the quotient.
+        const std::int64_t delta = (q >= 0 && t >= q) ? step - q / 10 : (std::int64_t{t} - q) / 10;
+        r = {static_cast<std::uint16_t>(delta), note, velo};
     };
     for (std::size_t i = 0; i < mHits.size(); ++i) {
         put(records[i], timeOf(mHits[i]), byteOf(mHits[i], 8), byteOf(mHits[i], 0));

@@ -5,6 +5,7 @@
 
 #include "model/StepRecord.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -33,7 +34,7 @@ public:
 
 private:
     // A long file is merged and cut in parts so that memory stays bounded whatever its size.
-    static constexpr std::size_t kCollapseAt = 4 * limits::kMaxNotes;
+    static constexpr std::size_t kCollapseAt = std::size_t{4} * limits::kMaxNotes;
 
     // Signed fields become unsigned ones that order the same way: time in the top bits, then
     // note and velocity, each a data byte read as signed (-128..127).

@@ -82,7 +82,9 @@ std::int32_t tempoFromMicros(std::uint32_t micros) {
 // Channel groups with two data bytes; 0xC0, 0xD0, the 0xF1..0xFE bytes and a track's
 // status-less start take one.
 bool takesTwoDataBytes(std::int32_t status) {
-    return status == 0x80 || status == 0x90 || status == 0xA0 || status == 0xB0 || status == 0xE0;
+    // Bit n stands for status group n << 4: 0x80, 0x90, 0xA0, 0xB0 and 0xE0.
+    constexpr std::uint32_t kTwoByteGroups = 0x4F00;
+    return ((kTwoByteGroups >> ((status >> 4) & 0xF)) & 1u) != 0;
 }
 
 // One pass over the tracks of one file.

@@ -18,7 +18,10 @@
 #include <QAction>
 #include <QApplication>
 #include <QDialog>
+#include <QElapsedTimer>
+#include <QFileDialog>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -36,36 +39,65 @@ inline bool waitUntil(const std::function<bool()>& done, int ms = 10000) {
     return QTest::qWaitFor(done, ms);
 }
 
-// Answers the next message box (an alert or a question) by clicking the button named
-// `button`, from the event loop, as soon as it is up; remembers its text.
-class AlertAnswer {
+// Acts on the next modal widget of type T (a message box, a file dialog) from the event loop,
+// as soon as it is up, then stops looking.
+template <class T>
+class WhenModal {
 public:
-    explicit AlertAnswer(QString button) : mButton(std::move(button)) {
-        QObject::connect(&mTimer, &QTimer::timeout, [this] { poll(); });
+    explicit WhenModal(std::function<void(T&)> act) : mAct(std::move(act)) {
+        QObject::connect(&mTimer, &QTimer::timeout, [this] {
+            auto* widget = qobject_cast<T*>(QApplication::activeModalWidget());
+            if (widget == nullptr || mDone) return;
+            mDone = true;
+            mTimer.stop();
+            mAct(*widget);
+        });
         mTimer.start(5);
     }
-    bool answered() const { return mText.has_value(); }
-    QString text() const { return mText.value_or(QString()); }
+    bool done() const { return mDone; }
 
 private:
-    void poll() {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (box == nullptr || mText) return;
-        mText = box->text();
-        mTimer.stop();
-        for (QAbstractButton* b : box->buttons()) {
-            if (b->text().remove('&') == mButton) {
-                b->click();
-                return;
-            }
-        }
-        ADD_FAILURE() << "no button " << mButton.toStdString() << " on " << mText->toStdString();
-        box->reject();
-    }
-
-    QString mButton;
+    std::function<void(T&)> mAct;
     QTimer mTimer;
-    std::optional<QString> mText;
+    bool mDone = false;
+};
+
+// Answers the next message box (an alert or a question) with the button named `button` and
+// remembers its text.
+class AlertAnswer {
+public:
+    explicit AlertAnswer(const QString& button)
+        : mWhen([this, button](QMessageBox& box) {
+              mText = box.text();
+              for (QAbstractButton* b : box.buttons()) {
+                  if (b->text().remove('&') == button) {
+                      b->click();
+                      return;
+                  }
+              }
+              ADD_FAILURE() << "no button " << button.toStdString() << " on "
+                            << mText.toStdString();
+              box.reject();
+          }) {}
+    bool answered() const { return mWhen.done(); }
+    QString text() const { return mText; }
+
+private:
+    QString mText;
+    WhenModal<QMessageBox> mWhen;
+};
+
+// Chooses `path` in the next file dialog.
+class FileChoice {
+public:
+    explicit FileChoice(const QString& path)
+        : mWhen([path](QFileDialog& dialog) {
+              dialog.selectFile(path);
+              static_cast<QDialog&>(dialog).accept();  // QFileDialog's own, as its button does
+          }) {}
+
+private:
+    WhenModal<QFileDialog> mWhen;
 };
 
 class AppRig {
@@ -81,6 +113,19 @@ public:
         mDelegate = std::make_unique<app::AppDelegate>(*mSession);
         mWindow = std::make_unique<app::CPtnEditViewController>(*mSession, *mDelegate);
         mWindow->setPendingMidiFiles(options->midiFiles);
+        // A question nobody answers fails the test instead of hanging it.
+        QObject::connect(&mWatchdog, &QTimer::timeout, [this] {
+            QWidget* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (box != mUnanswered) {
+                mUnanswered = box;
+                mUnansweredFor.start();
+            } else if (box != nullptr && mUnansweredFor.elapsed() > kUnansweredMs) {
+                ADD_FAILURE() << "unanswered: "
+                              << static_cast<QMessageBox*>(box)->text().toStdString();
+                static_cast<QMessageBox*>(box)->reject();
+            }
+        });
+        mWatchdog.start(100);
         if (show) this->show();
     }
     // Shows the window and makes it the active one, where shortcuts and keys go.
@@ -115,6 +160,14 @@ public:
         return Context::current().patterns().getActive() && !mSession->steps()->busy() &&
                dialog("LoadVC") == nullptr && mWindow->windowTitle().startsWith("Tavrel [");
     }
+    // Waits for the load sequence to end with `count` patterns, and gives the window back the
+    // keyboard, which its loading sheet took.
+    bool waitLoaded(std::size_t count = 0) {
+        const bool done = waitUntil(
+            [&] { return loaded() && Context::current().patterns().getPtnData().size() == count; });
+        show();
+        return done;
+    }
     void click(const char* dialogName, const char* button) {
         QDialog* d = dialog(dialogName);
         ASSERT_NE(d, nullptr) << dialogName;
@@ -129,7 +182,11 @@ public:
     }
 
 private:
+    static constexpr int kUnansweredMs = 5000;
     Context mContext;  // first made, last gone
+    QTimer mWatchdog;
+    QPointer<QWidget> mUnanswered;
+    QElapsedTimer mUnansweredFor;
     QTemporaryDir mStorage;
     std::unique_ptr<app::AppSession> mSession;
     std::unique_ptr<app::AppDelegate> mDelegate;

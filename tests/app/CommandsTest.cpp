@@ -26,7 +26,7 @@ CPatternMgr& patterns() {
 
 TEST(DesktopCommands, EnablementFollowsThePatternCount) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
-    ASSERT_TRUE(waitUntil([&] { return rig.loaded() && patterns().getPtnData().size() == 1; }));
+    ASSERT_TRUE(rig.waitLoaded(1));
     auto* remove = rig.window().findChild<QPushButton*>("mDelButton");
     EXPECT_FALSE(remove->isEnabled());
     while (patterns().getPtnData().size() < 50) patterns().addPatternData();
@@ -74,7 +74,7 @@ TEST(DesktopCommands, VariationAndPlayKeys) {
 
 TEST(DesktopCommands, ApplyAllWritesThePatternFileAndEveryMemory) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
-    ASSERT_TRUE(waitUntil([&] { return rig.loaded() && patterns().getPtnData().size() == 2; }));
+    ASSERT_TRUE(rig.waitLoaded(2));
     patterns().getPtnData()[0]->setKitNum(7);
     patterns().getPtnData()[1]->setTempo(141);
     ASSERT_TRUE(CEditNotify::isEdited());
@@ -97,7 +97,7 @@ TEST(DesktopCommands, ApplyAllWritesThePatternFileAndEveryMemory) {
 
 TEST(DesktopCommands, ApplyNamesTheChosenMemoryAndWithoutTheUnitSaysSo) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
-    ASSERT_TRUE(waitUntil([&] { return rig.loaded() && patterns().getPtnData().size() == 1; }));
+    ASSERT_TRUE(rig.waitLoaded(1));
     rig.menus().getMenuOfApply()->trigger();
     rig.dialog("CApplyVC")->findChild<QComboBox*>("mComboBox")->setCurrentIndex(2);
     rig.click("CApplyVC", "execButton");
@@ -116,7 +116,7 @@ TEST(DesktopCommands, ApplyNamesTheChosenMemoryAndWithoutTheUnitSaysSo) {
 
 TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {
     AppRig rig;
-    ASSERT_TRUE(waitUntil([&] { return rig.loaded(); }));
+    ASSERT_TRUE(rig.waitLoaded());
     patterns().addPatternData();
     ASSERT_TRUE(CEditNotify::isEdited());
     {

@@ -22,12 +22,11 @@ QString status(app::CPtnEditViewController& window) {
 
 TEST(DesktopConnection, StartUpLoadsTheUnitAndTheMidiFilesNamed) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
-    ASSERT_TRUE(waitUntil([&] { return rig.loaded(); }));
+    ASSERT_TRUE(rig.waitLoaded(2));
     EXPECT_TRUE(rig.unit().editorMode());
     EXPECT_TRUE(rig.unit().mounted());
     EXPECT_EQ(rig.window().windowTitle(), "Tavrel [1]");
     EXPECT_EQ(status(rig.window()), "QL-900 connected, storage mounted");
-    ASSERT_TRUE(waitUntil([] { return Context::current().patterns().getPtnData().size() == 2; }));
     auto* list = rig.window().mPtnEditTableView();
     EXPECT_EQ(list->topLevelItemCount(), 2);
     EXPECT_EQ(list->topLevelItem(0)->text(1), "rock-4-4");
@@ -43,7 +42,7 @@ TEST(DesktopConnection, StartUpLoadsTheUnitAndTheMidiFilesNamed) {
 
 TEST(DesktopConnection, UnpluggedWhilePlayingStopsAndAsksOnceThenLoadsWhenBack) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
-    ASSERT_TRUE(waitUntil([&] { return rig.loaded(); }));
+    ASSERT_TRUE(rig.waitLoaded(1));
     QTest::keyClick(&rig.window(), Qt::Key_Space);
     ASSERT_TRUE(rig.window().mPtnEditVeiw()->playing());
     QSignalSpy shown(&rig.window(), &app::CPtnEditViewController::settled);
@@ -76,7 +75,7 @@ TEST(DesktopConnection, NoConnectHidesExportWithoutPatterns) {
 
 TEST(DesktopConnection, UnmountingShowsTheUnmountDialogOnceAndMountLoadsAgain) {
     AppRig rig;
-    ASSERT_TRUE(waitUntil([&] { return rig.loaded(); }));
+    ASSERT_TRUE(rig.waitLoaded());
     QSignalSpy shown(&rig.window(), &app::CPtnEditViewController::settled);
     rig.menus().getMenuOfMount()->trigger();
     ASSERT_TRUE(waitUntil([&] { return rig.dialog("ConnectVC") != nullptr; }));

@@ -1,9 +1,11 @@
 // The drain thread, the timelines and the waiter, where the link's own tests do not reach:
-// the real clock, and the edges of the manual one.
+// the real clock, and the edges of the manual one; and the process context, which worker
+// threads read and no other thread may swap under them.
 #include "device/DrainThread.h"
 #include "device/ManualTimeline.h"
 #include "device/RealTimeline.h"
 #include "device/ThreadWaiter.h"
+#include "model/Context.h"
 
 #include <gtest/gtest.h>
 
@@ -19,6 +21,14 @@ namespace {
 
 using namespace std::chrono_literals;
 using ms = std::chrono::milliseconds;
+
+TEST(Context, OneMadeOnAnotherThreadWhileOneIsCurrentEndsTheProgram) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const Context context;
+    EXPECT_DEATH(std::thread([] { const Context other; }).join(), "off the model's thread");
+    const Context nested;  // on the model's thread: the usual scope of a test
+    EXPECT_EQ(&Context::current(), &nested);
+}
 
 TEST(DrainThread, RunsNeverOverlapNoWakeIsLostAndWaitIdleWaitsForTheRun) {
     std::atomic<int> produced{0}, seen{0}, running{0}, runs{0};
@@ -93,7 +103,7 @@ TEST(ThreadWaiter, OnTheManualClockWorkDueAtTheDeadlineCountsAndLaterWorkDoesNot
     EXPECT_EQ(timeline.elapsed(), 10000ms);
 }
 
-TEST(RealTimeline, RunsWorkOnItsTimerThreadNoEarlierThanDueAndAWaitSeesItAnnouncedOrNot) {
+TEST(RealTimeline, RunsWorkOnItsTimerThreadNoEarlierThanDueAndAWaitSeesItAnnouncedOrCancelled) {
     std::atomic<bool> ranLate{false};
     {
         RealTimeline timeline;
@@ -124,6 +134,11 @@ TEST(RealTimeline, RunsWorkOnItsTimerThreadNoEarlierThanDueAndAWaitSeesItAnnounc
         EXPECT_TRUE(waiter.waitFor(60s, [&] { return announced.load(); }));
         timeline.after(20ms, [&] { unannounced = true; });
         EXPECT_TRUE(waiter.waitFor(60s, [&] { return unannounced.load(); }));
+        timeline.after(20ms, [&] { waiter.cancel(); });
+        EXPECT_FALSE(waiter.waitFor(60s, [] { return false; })) << "a cancel ends the wait";
+        EXPECT_FALSE(waiter.waitFor(60s, [] { return false; })) << "and every later one";
+        waiter.rearm();
+        EXPECT_TRUE(waiter.waitFor(60s, [] { return true; }));
         EXPECT_LT(timeline.now() - start, 30s);
     }
     EXPECT_FALSE(ranLate.load()) << "work not yet due is dropped with the timeline";

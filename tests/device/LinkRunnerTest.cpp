@@ -143,6 +143,7 @@ TEST(LinkRunner, AWatchEveryTenthOfASecondThroughASlowLoadLeavesItsOutcomeAsItWa
         (void)rig.link->getMount();
         (void)rig.link->getHeld();
         (void)rig.link->getEditorMode();
+        (void)rig.link->isVolumeExist();  // the storage, as the apply worker reads it
         if (rig.runner->busy()) {
             rig.timeline->after(100ms, [&] { rig.caller.poster()(watch); });
         }

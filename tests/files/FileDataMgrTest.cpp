@@ -7,9 +7,9 @@
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
+#include "model/Log.h"
 #include "model/NotificationCenter.h"
 #include "model/PatternChange.h"
-#include "smf/CPhraseFile.h"
 #include "support/NotificationRecorder.h"
 #include "support/ScratchFolder.h"
 #include "support/ScriptedAlerts.h"
@@ -20,6 +20,7 @@
 #include <cstring>
 #include <functional>
 #include <iterator>
+#include <thread>
 
 #include "SmfBuilder.h"
 
@@ -151,17 +152,43 @@ TEST_F(FileDataMgrTest, AFileHoldsFiftyPatternsAtMost) {
     ASSERT_TRUE(CFileDataMgr::importData(dir / "sixty.QL0"));
     ASSERT_EQ(patternCount(), 50u);
     EXPECT_EQ(pattern(49).getName(), "P49         ");
+    // A write clears only the first quarter of the slots: past it, a smaller collection leaves
+    // what the last read or write put there, from a new context's collection too.
+    CPatternMgr::IndexSet last40;
+    for (int row = 10; row < 50; ++row) last40.insert(row);
+    patterns().removePatternData(last40);
+    ASSERT_TRUE(CFileDataMgr::exportData(dir / "fewer.QL0"));
+    EXPECT_EQ(std::string(f.begin() + slotAt(49), f.begin() + slotAt(50)), [&] {
+        const Bytes g = readBytes(dir / "fewer.QL0");
+        return std::string(g.begin() + slotAt(49), g.begin() + slotAt(50));
+    }());
+    EXPECT_EQ(le(readBytes(dir / "fewer.QL0"), slotAt(12), 4), 0u) << "first quarter cleared";
 
-    // The header alone says how many slots are in use, and more than 50 is not believed.
+    // The header alone says how many slots are in use; more than 50 is not believed, and
+    // said so once.
     const std::vector<std::pair<std::uint32_t, std::size_t>> counts = {
         {0, 0}, {kSlotSize - 1, 0}, {3 * kSlotSize + 7, 3}, {51 * kSlotSize, 50}, {0xFFFFFFFF, 50}};
+    std::vector<std::string> logged;
+    Log::setSink([&](std::string_view, std::string_view text) { logged.emplace_back(text); });
     for (const auto& [used, expected] : counts) {
         writeBytes(unitFile(), patternFile(used));
         ASSERT_TRUE(CFileDataMgr::loadData()) << used;
         EXPECT_EQ(patternCount(), expected) << used;
         EXPECT_TRUE(patterns().getActive()) << used;
         EXPECT_EQ(patterns().getCurPattarn() == nullptr, expected == 0) << used;
+        std::string warning;
+        ASSERT_TRUE(CFileDataMgr::importData(unitFile(), &warning));
+        EXPECT_EQ(warning.empty(), used < 51 * kSlotSize) << used;
     }
+    Log::setSink({});
+    const auto claims = [](std::size_t n) {
+        return "pattern file: the header claims " + std::to_string(n) +
+               " patterns, but a pattern file holds 50; reading 50";
+    };
+    EXPECT_EQ(logged,
+              (std::vector<std::string>{claims(51), claims(51), claims(0xFFFFFFFF / kSlotSize),
+                                        claims(0xFFFFFFFF / kSlotSize)}))
+        << "one line for each read of the unit's file and of the import";
 }
 
 TEST_F(FileDataMgrTest, RecordsAreCutToTenThousandWrittenAndToWhatEachReaderTakes) {
@@ -281,6 +308,23 @@ TEST_F(FileDataMgrTest, PatternsReadFromAFileIgnoreAMidiFileNamedUser) {
         EXPECT_EQ(intro.getSeqDataCount(), 0) << how;
         EXPECT_EQ(intro.getTempo(), 0) << how;
     }
+}
+
+// A save takes its snapshot on the calling thread; the worker that writes it never looks at
+// the model, which goes on changing meanwhile.
+TEST_F(FileDataMgrTest, ASnapshotIsWrittenOnAnotherThreadAsItWasTaken) {
+    addPattern("BEFORE", quarters(8));
+    const PatternSnapshot taken = CFileDataMgr::snapshot();
+    auto& edited = *patterns().getPtnData()[0];
+    edited.setName("AFTER");
+    std::thread worker([taken] { EXPECT_TRUE(CFileDataMgr::saveSnapshot(taken)); });
+    for (int i = 0; i < 200; ++i) edited.setTempo(40 + i);
+    worker.join();
+    EXPECT_TRUE(CEditNotify::isEdited()) << "only saveData clears the mark";
+    ASSERT_TRUE(CFileDataMgr::loadData());
+    EXPECT_EQ(pattern(0).getName(), "BEFORE      ");
+    EXPECT_EQ(pattern(0).getTempo(), 120);
+    EXPECT_TRUE(CFileDataMgr::saveSnapshot(PatternSnapshot()));
 }
 
 // A whole file read, and a MIDI load, each post one change for the collection, after it is
@@ -490,32 +534,6 @@ TEST_F(LoadSmfTest, FilesThatMakeNoPattern) {
     EXPECT_EQ(last()->getName(), "song        ");
     EXPECT_EQ(last()->getPhraseAtVariation(0)->getSeqData(), nullptr);
     EXPECT_EQ(alerts->shown.size(), 1u);
-}
-
-// The ten readers of one load share one parse; what they get must not differ from a parse of
-// their own.
-TEST_F(LoadSmfTest, ReadersSharingAParseGetWhatTheirOwnParseWouldGive) {
-    // Rewritten in place at once, same size: the time stamp may well not change.
-    const fs::path path = midi("edited.mid", groove(500000));
-    ASSERT_TRUE(CFileDataMgr::loadSmf(path));
-    midi("edited.mid", groove(500000, 127));
-    ASSERT_TRUE(CFileDataMgr::loadSmf(path));
-    for (int v = 0; v < kVariationCount; ++v) {
-        EXPECT_EQ((*last()->getPhraseAtVariation(v)->getSeqData())[0].velocity, 127) << v;
-    }
-
-    // A reader keeps the tempo of an earlier file when the next one has none.
-    const fs::path plain = midi("plain.mid", groove(0));
-    CPhraseFile used;
-    ASSERT_TRUE(used.loadSmf(midi("fast.mid", groove(300000))));
-    CPhraseFile fresh;
-    ASSERT_TRUE(fresh.loadSmf(plain));
-    ASSERT_TRUE(used.loadSmf(plain));
-    EXPECT_EQ(fresh.getTemp(), 0);
-    EXPECT_EQ(used.getTemp(), 200);
-    ASSERT_EQ(used.getSeqDataCount(), fresh.getSeqDataCount());
-    EXPECT_TRUE(std::equal(used.getSeqData(), used.getSeqData() + used.getSeqDataCount(),
-                           fresh.getSeqData()));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <random>
 #include <set>
 #include <string>
 #include <tuple>
@@ -140,6 +141,11 @@ TEST(PhraseFileTempo, SetTempoIsRoundedHalfAwayFromZeroAndClamped) {
         EXPECT_EQ(load(single(96, TrackBuilder().tempo(0, micros))).tempo, bpm) << micros;
     }
     EXPECT_EQ(load(single(96, TrackBuilder().noteOn(0, 36, 100))).tempo, 0);
+    // A reader keeps the tempo of its earlier file when the next one has none.
+    CPhraseFile used;
+    ASSERT_TRUE(used.loadSmfBytes(single(96, TrackBuilder().tempo(0, 300000))));
+    ASSERT_TRUE(used.loadSmfBytes(single(96, TrackBuilder().noteOn(0, 36, 100))));
+    EXPECT_EQ(used.getTemp(), 200);
 
     // The last one in file order wins, whatever its time.
     EXPECT_EQ(load(smfFile(1, 96,
@@ -302,6 +308,39 @@ TEST(PhraseFileTracks, AtMostNineThousandNineHundredNinetyNineNotesAreKept) {
     ASSERT_EQ(pairs.size(), 10000u);
     EXPECT_EQ(pairs.front(), rec(0, 1, 1));
     EXPECT_EQ(pairs[9998], rec(0, 79, 93));
+}
+
+// Long tracks are merged and cut in parts while they are read; the result must be the first
+// 9,999 notes of all tracks sorted together.
+TEST(PhraseFileTracks, LongTracksGiveTheFirstNotesOfAllTracksSortedTogether) {
+    std::mt19937 random(7);
+    std::vector<std::tuple<int, int, int>> all;  // step, note, velocity
+    std::vector<Bytes> chunks;
+    for (const int count : {50000, 7000, 7000}) {
+        Bytes events;
+        int step = 0;
+        for (int i = 0; i < count; ++i) {
+            const int gap = static_cast<int>(random() % 3);  // 0: with the note before
+            const int note = 1 + static_cast<int>(random() % 127);
+            const int velocity = 1 + static_cast<int>(random() % 127);
+            events.insert(events.end(),
+                          {static_cast<std::uint8_t>(gap), 0x99, static_cast<std::uint8_t>(note),
+                           static_cast<std::uint8_t>(velocity)});
+            step += gap;
+            all.emplace_back(step, note, velocity);
+        }
+        chunks.push_back(track(events));
+    }
+    std::sort(all.begin(), all.end());
+    Records want;
+    int before = 0;
+    for (std::size_t i = 0; i < 9999; ++i) {
+        const auto [step, note, velocity] = all[i];
+        want.push_back(rec(step - before, note, velocity));
+        before = step;
+    }
+    want.push_back(rec(0, 0, 0));
+    EXPECT_EQ(loadRecords(smfFile(1, 96, {chunks[0], chunks[1], chunks[2]})), want);
 }
 
 TEST(PhraseFileTracks, ACutFileKeepsEverythingBeforeTheCut) {

@@ -131,7 +131,9 @@ TEST_P(LinkOverSequencerTest, AUnitKilledMidCommandIsReportedGoneWithinASecond) 
         const auto alert = cli->waitForLine(Stream::Err, "tavrel-cli: ", 15s);
         ASSERT_TRUE(alert) << cli->text(Stream::Err);
         EXPECT_EQ(alert->text, "tavrel-cli: Unit not connected.");
-        EXPECT_EQ(cli->wait(5s), 1) << cli->text(Stream::Err);
+        // The report is what must be prompt; ending the command (the desktop's volumes asked,
+        // the sequencer left) takes several seconds in a sanitizer build under emulation.
+        EXPECT_EQ(cli->wait(30s), 1) << cli->text(Stream::Err);
         if (c.reported != nullptr) {
             EXPECT_NE(cli->text(Stream::Out).find(c.reported), std::string::npos)
                 << cli->text(Stream::Out);
