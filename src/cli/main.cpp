@@ -45,7 +45,8 @@ constexpr Entry kCommands[] = {
 
 void printUsage(std::ostream& out) {
     out << "usage: tavrel-cli [-v] COMMAND [ARGS]\n"
-        << "  -v  also print the step-by-step log (files, device) on stderr\n";
+        << "  -v  also print the step-by-step log (files, device) on stderr\n"
+        << "  --version  show the version\n";
     for (const Entry& e : kCommands) out << "  " << e.usage() << "\n      " << e.about << '\n';
 }
 
@@ -67,6 +68,10 @@ int main(int argc, char** argv) {
     const std::string_view name = argv[1];
     if (name == "-h" || name == "--help" || name == "help") {
         printUsage(std::cout);
+        return tavrel::cli::kExitOk;
+    }
+    if (name == "--version") {
+        std::cout << "tavrel-cli " TAVREL_VERSION "\n";
         return tavrel::cli::kExitOk;
     }
     for (const Entry& e : kCommands) {

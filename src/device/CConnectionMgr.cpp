@@ -246,6 +246,7 @@ bool CConnectionMgr::mountQl() {
     // earlier still counts, as it is never forgotten.
     if (!stopped() && waitForUnit(kVolumeAfterReport, [this] {
             storeMountURL();
+            if (!isVolumeExist()) mVolume.mountUnmounted();  // where nothing else mounts it
             return getMountURL().has_value();
         })) {
         return true;
@@ -278,7 +279,8 @@ bool CConnectionMgr::ejectVolume() {
 }
 
 bool CConnectionMgr::waitForVolume(std::chrono::milliseconds limit) {
-    return waitForUnit(limit, [this] { return mMountFlag != 0 && isVolumeExist(); });
+    return waitForUnit(
+        limit, [this] { return mMountFlag != 0 && (isVolumeExist() || mVolume.mountUnmounted()); });
 }
 
 bool CConnectionMgr::unitGone() const {

@@ -65,6 +65,12 @@ bool UnitVolume::isPresent() {
     return found && mVolumes.exists(*found / kUnitFolder);
 }
 
+bool UnitVolume::mountUnmounted() {
+    if (!mVolumes.mountUnmounted(kUnitFolder)) return false;
+    find();
+    return isPresent();
+}
+
 bool UnitVolume::eject(std::string& error) {
     const std::optional<fs::path> found = root();
     if (!found) {

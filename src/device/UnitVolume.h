@@ -31,6 +31,9 @@ public:
     std::optional<std::filesystem::path> root() const;
     // Whether the root found is mounted and holds the unit's folder.
     bool isPresent();
+    // Mounts the unit's volume where it shows up without a mount (no automounter on the
+    // desktop) and takes it as the root; true when it is there afterwards.
+    bool mountUnmounted();
     // Unmounts and ejects the volume at the root found; false, with `error` saying why, when
     // the desktop refuses or no root was ever found.
     bool eject(std::string& error);

@@ -375,6 +375,28 @@ TEST_F(LinkTest, AResponsiveUnitOfEitherModelIsLoadedWithoutIdleSecondsAndReleas
     }
 }
 
+// On a desktop that mounts nothing by itself the unit's volume shows up without a mount: the
+// link mounts it, leaves a stranger's medium alone and gives the volume back at editor off,
+// the second time too, when the root found the first time is already known.
+TEST_F(LinkTest, AVolumeNobodyMountsIsMountedByTheLinkAndGivenBackAtEditorOff) {
+    volumes.setAutomount(false);
+    const fs::path stick = temp / "stick";
+    fs::create_directories(stick);
+    ASSERT_TRUE(volumes.mount(stick));
+    const std::vector<fs::path> unitOnly{VolumeService::normalPath(simulated->storageRoot())};
+    for (int round = 1; round <= 2; ++round) {
+        SCOPED_TRACE(round);
+        ASSERT_TRUE(volumes.volumes().empty());
+        ASSERT_FALSE(link->getOccupied());
+
+        EXPECT_TRUE(CLoadExec::exec());
+        EXPECT_EQ(volumes.volumes(), unitOnly);
+        EXPECT_TRUE(link->editorOff());
+        EXPECT_TRUE(volumes.volumes().empty());
+    }
+    EXPECT_TRUE(alerts.shown.empty());
+}
+
 // A unit that vanishes while a step waits for it can no longer answer: the step ends as it
 // goes, without the alert of a unit that is there but silent, and the rescan that follows
 // (one for each of its endpoints) finds no unit until it is plugged in again.

@@ -86,6 +86,9 @@ TEST(GioVolumeService, ListsAbsoluteRootsInOrderAndRefusesToEjectAPlainFolder) {
         GioVolumeService volumes(2s);
         std::string error;
         const bool ejected = volumes.unmountAndEject(temp.path(), error);
+        // A first look only notes the media waiting for a mount, so this mounts nothing of
+        // the machine's: the desktop's automounter has its chance first.
+        EXPECT_FALSE(volumes.mountUnmounted("VANTIK"));
         return std::tuple{volumes.volumes(), ejected, error};
     });
     if (result.wait_for(30s) != std::future_status::ready) {

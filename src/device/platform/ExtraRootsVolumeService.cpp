@@ -53,4 +53,8 @@ bool ExtraRootsVolumeService::onExtraRoot(const fs::path& path) const {
                        [&](const fs::path& root) { return liesOn(normal, root); });
 }
 
+bool ExtraRootsVolumeService::mountUnmounted(const fs::path& holding) {
+    return mInner->mountUnmounted(holding);
+}
+
 }  // namespace tavrel

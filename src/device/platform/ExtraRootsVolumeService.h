@@ -30,6 +30,8 @@ public:
     // simulates the unit, which takes it away when it is told to unmount. Waiting here for it
     // to vanish would only delay that message.
     bool unmountAndEject(const std::filesystem::path& root, std::string& error) override;
+    // The inner service's: an extra root is there for as long as its folder is.
+    bool mountUnmounted(const std::filesystem::path& holding) override;
 
 private:
     bool onExtraRoot(const std::filesystem::path& path) const;

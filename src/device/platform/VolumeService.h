@@ -31,6 +31,13 @@ public:
     // says why in words fit for the log.
     virtual bool unmountAndEject(const std::filesystem::path& root, std::string& error) = 0;
 
+    // Where nothing mounts removable media by itself (no automounter in the session), mounts
+    // the volumes that have shown up without a mount and keeps mounted one whose root holds
+    // `holding`; the others are unmounted again. Each appearance of a volume is tried once,
+    // and only after the desktop's own automounter has had its chance. True when a volume
+    // holding `holding` was mounted by this call. Blocks while mounting.
+    virtual bool mountUnmounted(const std::filesystem::path& holding) = 0;
+
     // `path` in the form the volume lists use: absolute, lexically normal, without a trailing
     // slash. The same folder may be named with a trailing slash or from the current folder.
     static std::filesystem::path normalPath(const std::filesystem::path& path) {

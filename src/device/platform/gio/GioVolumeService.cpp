@@ -2,9 +2,13 @@
 
 #include <gio/gio.h>
 
+#include "model/Log.h"
+
 #include <algorithm>
+#include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <system_error>
 
 namespace tavrel {
@@ -16,6 +20,11 @@ namespace {
 
 // A cancelled eject reports back at once; this only bounds a system that does not.
 constexpr std::chrono::seconds kCancelGrace{2};
+// A desktop's automounter mounts a new medium within a fraction of a second; a volume left
+// without a mount for longer is nobody's to mount but ours.
+constexpr std::chrono::milliseconds kAutomountGrace{700};
+// Mounting checks the file system first, which takes a while on a large card.
+constexpr std::chrono::seconds kMountTimeout{20};
 
 struct GObjectUnref {
     void operator()(gpointer object) const { g_object_unref(object); }
@@ -47,10 +56,10 @@ std::optional<fs::path> rootPath(GMount* mount) {
     return result;
 }
 
-// An eject in flight. GIO may report back after the caller has given up, so the callback
-// holds its own share of this.
+// An eject, unmount or mount in flight. GIO may report back after the caller has given up,
+// so the callback holds its own share of this.
 struct Operation {
-    bool eject = false;  // else unmount
+    enum class Kind { Eject, Unmount, Mount } kind = Kind::Unmount;
     bool done = false;
     bool ok = false;
     std::string error;
@@ -60,9 +69,18 @@ void operationFinished(GObject* source, GAsyncResult* result, gpointer data) {
     auto* holder = static_cast<std::shared_ptr<Operation>*>(data);
     Operation& op = **holder;
     GError* error = nullptr;
-    const gboolean ok =
-        op.eject ? g_mount_eject_with_operation_finish(G_MOUNT(source), result, &error)
-                 : g_mount_unmount_with_operation_finish(G_MOUNT(source), result, &error);
+    gboolean ok = FALSE;
+    switch (op.kind) {
+        case Operation::Kind::Eject:
+            ok = g_mount_eject_with_operation_finish(G_MOUNT(source), result, &error);
+            break;
+        case Operation::Kind::Unmount:
+            ok = g_mount_unmount_with_operation_finish(G_MOUNT(source), result, &error);
+            break;
+        case Operation::Kind::Mount:
+            ok = g_volume_mount_finish(G_VOLUME(source), result, &error);
+            break;
+    }
     op.ok = ok != FALSE;
     if (error != nullptr) {
         op.error = error->message;  // umount's own words end in a line break
@@ -88,6 +106,84 @@ void runUntil(GMainContext* context, Done done, Clock::time_point deadline) {
     while (!done() && Clock::now() < deadline) g_main_context_iteration(context, TRUE);
     g_source_destroy(timer);
     g_source_unref(timer);
+}
+
+// Starts `op` on `object` (a mount, or a volume to mount) and runs `context` until it ends
+// or `timeout` passes; then cancels it and gives it a moment to report. True when it ended.
+bool runOperation(GMainContext* context, gpointer object, const std::shared_ptr<Operation>& op,
+                  std::chrono::milliseconds timeout) {
+    GObjectPtr<GCancellable> cancel(g_cancellable_new());
+    auto* holder = new std::shared_ptr<Operation>(op);
+    switch (op->kind) {
+        case Operation::Kind::Eject:
+            g_mount_eject_with_operation(G_MOUNT(object), G_MOUNT_UNMOUNT_NONE, nullptr,
+                                         cancel.get(), operationFinished, holder);
+            break;
+        case Operation::Kind::Unmount:
+            g_mount_unmount_with_operation(G_MOUNT(object), G_MOUNT_UNMOUNT_NONE, nullptr,
+                                           cancel.get(), operationFinished, holder);
+            break;
+        case Operation::Kind::Mount:
+            // No mount operation: nothing is asked of the user (an encrypted medium fails).
+            g_volume_mount(G_VOLUME(object), G_MOUNT_MOUNT_NONE, nullptr, cancel.get(),
+                           operationFinished, holder);
+            break;
+    }
+    auto done = [&] { return op->done; };
+    runUntil(context, done, Clock::now() + timeout);
+    if (op->done) return true;
+    g_cancellable_cancel(cancel.get());
+    runUntil(context, done, Clock::now() + kCancelGrace);
+    return false;
+}
+
+// A name for a volume that stays the same while it is plugged in: its device node.
+std::string volumeKey(GVolume* volume) {
+    char* device = g_volume_get_identifier(volume, G_VOLUME_IDENTIFIER_KIND_UNIX_DEVICE);
+    char* name = device != nullptr ? device : g_volume_get_name(volume);
+    std::string key = name != nullptr ? name : "";
+    g_free(name);
+    return key;
+}
+
+// Removable media that can be mounted and have no mount: what an automounter would mount.
+bool waitsForMount(GVolume* volume) {
+    GObjectPtr<GMount> mount(g_volume_get_mount(volume));
+    if (mount || !g_volume_can_mount(volume)) return false;
+    GObjectPtr<GDrive> drive(g_volume_get_drive(volume));
+    return drive && (g_drive_is_removable(drive.get()) || g_drive_is_media_removable(drive.get()));
+}
+
+// Mounts `volume` and keeps it mounted when its root holds `holding`; unmounts it again when
+// it does not, as the medium is someone else's.
+bool mountHolding(GMainContext* context, GVolume* volume, const std::string& key,
+                  const fs::path& holding, std::chrono::milliseconds releaseTimeout) {
+    auto op = std::make_shared<Operation>();
+    op->kind = Operation::Kind::Mount;
+    if (!runOperation(context, volume, op, kMountTimeout) || !op->ok) {
+        Log::linef("device", "mount %s: %s", key.c_str(),
+                   op->done ? op->error.c_str() : "no answer in time");
+        return false;
+    }
+    // The new mount reaches the volume as an event of its own, around the mount's answer.
+    GObjectPtr<GMount> mount;
+    auto mounted = [&] {
+        mount.reset(g_volume_get_mount(volume));
+        return mount != nullptr;
+    };
+    runUntil(context, mounted, Clock::now() + kCancelGrace);
+    const std::optional<fs::path> root = mount ? rootPath(mount.get()) : std::nullopt;
+    std::error_code ec;
+    if (root && fs::exists(*root / holding, ec)) {
+        Log::linef("device", "mounted %s at %s", key.c_str(), root->c_str());
+        return true;
+    }
+    if (mount) {
+        auto release = std::make_shared<Operation>();
+        release->kind = Operation::Kind::Unmount;
+        runOperation(context, mount.get(), release, releaseTimeout);
+    }
+    return false;
 }
 
 struct VisibleMount {
@@ -134,6 +230,20 @@ public:
         return session;
     }
 
+    // The volumes waiting for a mount: when each was first seen so, and those tried since.
+    // A volume leaves both once it is gone or mounted, so a medium plugged in again is new.
+    void noteWaiting(const std::set<std::string>& waiting) {
+        const auto now = Clock::now();
+        std::erase_if(firstSeen, [&](const auto& seen) { return !waiting.contains(seen.first); });
+        std::erase_if(tried, [&](const std::string& key) { return !waiting.contains(key); });
+        for (const std::string& key : waiting) firstSeen.try_emplace(key, now);
+    }
+    bool due(const std::string& key) const {
+        const auto seen = firstSeen.find(key);
+        return !tried.contains(key) && seen != firstSeen.end() &&
+               Clock::now() - seen->second >= kAutomountGrace;
+    }
+
     Session() : context(g_main_context_new()) {}
     ~Session() { g_main_context_unref(context); }
     Session(const Session&) = delete;
@@ -147,6 +257,8 @@ public:
 
     std::mutex lock;  // a context runs on one thread at a time
     GMainContext* context;
+    std::map<std::string, Clock::time_point> firstSeen;
+    std::set<std::string> tried;
 };
 
 GioVolumeService::GioVolumeService(std::chrono::milliseconds ejectTimeout)
@@ -186,27 +298,42 @@ bool GioVolumeService::unmountAndEject(const fs::path& root, std::string& error)
     }
 
     auto op = std::make_shared<Operation>();
-    op->eject = g_mount_can_eject(mount.get()) != FALSE;
-    GObjectPtr<GCancellable> cancel(g_cancellable_new());
-    auto* holder = new std::shared_ptr<Operation>(op);
-    if (op->eject) {
-        g_mount_eject_with_operation(mount.get(), G_MOUNT_UNMOUNT_NONE, nullptr, cancel.get(),
-                                     operationFinished, holder);
-    } else {
-        g_mount_unmount_with_operation(mount.get(), G_MOUNT_UNMOUNT_NONE, nullptr, cancel.get(),
-                                       operationFinished, holder);
-    }
-    auto done = [&] { return op->done; };
-    runUntil(mSession->context, done, Clock::now() + mEjectTimeout);
-    if (!op->done) {
-        g_cancellable_cancel(cancel.get());
-        runUntil(mSession->context, done, Clock::now() + kCancelGrace);
+    op->kind =
+        g_mount_can_eject(mount.get()) != FALSE ? Operation::Kind::Eject : Operation::Kind::Unmount;
+    if (!runOperation(mSession->context, mount.get(), op, mEjectTimeout)) {
         error = "the volume at " + normal.string() + " was not released within " +
                 std::to_string(mEjectTimeout.count()) + " ms";
         return false;
     }
     if (!op->ok) error = "cannot eject the volume at " + normal.string() + ": " + op->error;
     return op->ok;
+}
+
+bool GioVolumeService::mountUnmounted(const fs::path& holding) {
+    std::lock_guard guard(mSession->lock);
+    ContextPush push(mSession->context);
+    mSession->drain();
+    GObjectPtr<GVolumeMonitor> monitor(g_volume_monitor_get());
+    GList* listed = g_volume_monitor_get_volumes(monitor.get());
+    std::vector<std::pair<std::string, GObjectPtr<GVolume>>> waiting;
+    for (GList* item = listed; item != nullptr; item = item->next) {
+        GObjectPtr<GVolume> volume(G_VOLUME(item->data));  // takes the list's reference
+        if (waitsForMount(volume.get()))
+            waiting.emplace_back(volumeKey(volume.get()), std::move(volume));
+    }
+    g_list_free(listed);
+    std::set<std::string> keys;
+    for (const auto& [key, volume] : waiting) keys.insert(key);
+    mSession->noteWaiting(keys);
+
+    for (auto& [key, volume] : waiting) {
+        if (!mSession->due(key)) continue;
+        mSession->tried.insert(key);
+        if (mountHolding(mSession->context, volume.get(), key, holding, mEjectTimeout)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace tavrel

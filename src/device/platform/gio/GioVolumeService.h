@@ -31,6 +31,10 @@ public:
     bool exists(const std::filesystem::path& path) override;
     // Ejects when the drive can, else unmounts; never forced, so a volume in use is refused.
     bool unmountAndEject(const std::filesystem::path& root, std::string& error) override;
+    // Removable media only, through udisks with the user's own permissions; a volume is
+    // mounted once it has waited 0.7 s, and a medium that fails to mount is not asked again
+    // until it is plugged in anew.
+    bool mountUnmounted(const std::filesystem::path& holding) override;
 
 private:
     class Session;  // GIO's objects, kept out of this header

@@ -46,8 +46,10 @@ bool VirtualVolumeService::mount(const fs::path& root) {
     if (!fs::is_directory(root, ec)) return false;
     const fs::path normal = normalPath(root);
     std::lock_guard lock(mLock);
-    if (std::find(mMounted.begin(), mMounted.end(), normal) == mMounted.end()) {
-        mMounted.push_back(normal);
+    auto& shown = mAutomount ? mMounted : mUnmounted;
+    if (std::find(mMounted.begin(), mMounted.end(), normal) == mMounted.end() &&
+        std::find(mUnmounted.begin(), mUnmounted.end(), normal) == mUnmounted.end()) {
+        shown.push_back(normal);
     }
     return true;
 }
@@ -55,10 +57,25 @@ bool VirtualVolumeService::mount(const fs::path& root) {
 bool VirtualVolumeService::unmount(const fs::path& root) {
     const fs::path normal = normalPath(root);
     std::lock_guard lock(mLock);
-    const auto it = std::find(mMounted.begin(), mMounted.end(), normal);
-    if (it == mMounted.end()) return false;
-    mMounted.erase(it);
+    const auto gone = std::erase(mMounted, normal) + std::erase(mUnmounted, normal);
+    return gone > 0;
+}
+
+bool VirtualVolumeService::mountUnmounted(const fs::path& holding) {
+    std::lock_guard lock(mLock);
+    std::error_code ec;
+    const auto it = std::find_if(mUnmounted.begin(), mUnmounted.end(), [&](const fs::path& root) {
+        return fs::exists(root / holding, ec);
+    });
+    if (it == mUnmounted.end()) return false;
+    mMounted.push_back(*it);
+    mUnmounted.erase(it);
     return true;
+}
+
+void VirtualVolumeService::setAutomount(bool automount) {
+    std::lock_guard lock(mLock);
+    mAutomount = automount;
 }
 
 void VirtualVolumeService::setRefuseEject(bool refuse) {

@@ -1,0 +1,58 @@
+#include "app/QtAlerts.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QThread>
+
+namespace tavrel::app {
+
+QtAlerts::QtAlerts() {
+    setObjectName("alerts");
+}
+
+void QtAlerts::alert(const std::string& message, const std::string& informative) {
+    onUiThread(message, informative, {});
+}
+
+bool QtAlerts::ask(const std::string& message, const std::string& informative,
+                   const std::string& confirmButton) {
+    return onUiThread(message, informative, confirmButton);
+}
+
+bool QtAlerts::onUiThread(const std::string& message, const std::string& informative,
+                          const std::string& confirmButton) {
+    const QString text = QString::fromStdString(message);
+    const QString info = QString::fromStdString(informative);
+    const QString confirm = QString::fromStdString(confirmButton);
+    if (QThread::currentThread() == thread()) return show(text, info, confirm);
+    if (mClosing) return false;
+    bool answer = false;
+    // The raising thread waits here until the box is answered on the UI thread.
+    QMetaObject::invokeMethod(
+        this, [&] { answer = show(text, info, confirm); }, Qt::BlockingQueuedConnection);
+    return answer;
+}
+
+bool QtAlerts::show(const QString& message, const QString& informative, const QString& confirm) {
+    mShown.append(message);
+    QMessageBox box(QApplication::activeWindow());
+    box.setObjectName("alertBox");
+    box.setWindowTitle("Tavrel");
+    box.setIcon(confirm.isEmpty() ? QMessageBox::Warning : QMessageBox::Question);
+    box.setText(message);
+    box.setInformativeText(informative);
+    QAbstractButton* yes = nullptr;
+    if (confirm.isEmpty()) {
+        box.addButton(QMessageBox::Ok);
+    } else {
+        yes = box.addButton(confirm, QMessageBox::AcceptRole);
+        box.addButton("Cancel", QMessageBox::RejectRole);
+        box.setDefaultButton(qobject_cast<QPushButton*>(yes));
+    }
+    emit alertShown(message);
+    box.exec();
+    return yes == nullptr || box.clickedButton() == yes;
+}
+
+}  // namespace tavrel::app

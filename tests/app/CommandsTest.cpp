@@ -1,0 +1,202 @@
+// The menu commands and the window's own controls: enablement, keys, delete, Apply and Apply
+// All writing the unit's files, quitting with and without edits, the command line and the MIDI
+// port boxes.
+#include "AppRig.h"
+
+#include "app/AppOptions.h"
+#include "app/CMidiDeviceComboBox.h"
+#include "app/QtAlerts.h"
+#include "device/MidiLib.h"
+#include "files/CXMLFile.h"
+#include "model/CEditNotify.h"
+#include "model/CPatternMgr.h"
+#include "model/CPtnDataMgr.h"
+#include "views/CPatternEditView.h"
+#include "views/CPtnEditTableView.h"
+
+#include <QLabel>
+#include <QSettings>
+
+namespace tavrel::test {
+namespace {
+
+CPatternMgr& patterns() {
+    return Context::current().patterns();
+}
+
+TEST(DesktopCommands, EnablementFollowsThePatternCount) {
+    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
+    ASSERT_TRUE(rig.waitLoaded(1));
+    auto* remove = rig.window().findChild<QPushButton*>("mDelButton");
+    EXPECT_FALSE(remove->isEnabled());
+    while (patterns().getPtnData().size() < 50) patterns().addPatternData();
+    EXPECT_FALSE(rig.menus().getMenuOfSmfLoad()->isEnabled());
+    EXPECT_TRUE(remove->isEnabled());
+
+    // Deleting asks first; "Cancel" keeps the patterns.
+    rig.window().mPtnEditTableView()->topLevelItem(49)->setSelected(true);
+    {
+        AlertAnswer cancel("Cancel");
+        QTest::mouseClick(remove, Qt::LeftButton);
+        EXPECT_EQ(cancel.text(), "Delete rhythm patterns.");
+    }
+    EXPECT_EQ(patterns().getPtnData().size(), 50u);
+    AlertAnswer confirm("Delete");
+    QTest::mouseClick(remove, Qt::LeftButton);
+    EXPECT_EQ(patterns().getPtnData().size(), 49u);
+    EXPECT_TRUE(rig.menus().getMenuOfSmfLoad()->isEnabled());
+}
+
+TEST(DesktopCommands, VariationAndPlayKeys) {
+    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
+    ASSERT_TRUE(waitUntil([&] { return rig.loaded() && patterns().getCurPattarn() != nullptr; }));
+    auto* list = rig.window().mPtnEditTableView();
+    list->setFocus();
+    struct Case {
+        QString text;
+        Qt::KeyboardModifiers modifiers;
+        int variation;  // after the key
+    } cases[] = {
+        {"3", Qt::NoModifier, 2},      {"9", Qt::NoModifier, 8}, {"A", Qt::NoModifier, 9},
+        {"1", Qt::NoModifier, 0},      {"a", Qt::NoModifier, 0}, {"A", Qt::ShiftModifier, 0},
+        {"5", Qt::ControlModifier, 0},
+    };
+    for (const Case& c : cases) {
+        QKeyEvent press(QEvent::KeyPress, 0, c.modifiers, c.text);
+        QApplication::sendEvent(list, &press);
+        EXPECT_EQ(patterns().getCurVairationNum(), c.variation) << c.text.toStdString();
+    }
+    QTest::keyClick(list, Qt::Key_Space);
+    EXPECT_TRUE(rig.window().mPtnEditVeiw()->playing());
+    QTest::keyClick(list, Qt::Key_Space);
+    EXPECT_FALSE(rig.window().mPtnEditVeiw()->playing());
+}
+
+TEST(DesktopCommands, ApplyAllWritesThePatternFileAndEveryMemory) {
+    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
+    ASSERT_TRUE(rig.waitLoaded(2));
+    patterns().getPtnData()[0]->setKitNum(7);
+    patterns().getPtnData()[1]->setTempo(141);
+    ASSERT_TRUE(CEditNotify::isEdited());
+
+    rig.menus().getMenuOfApplyAll()->trigger();
+    QDialog* dialog = rig.dialog("CApplyAllVC");
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->findChild<QLabel*>("Label")->text(), "Now Working... (0%)");
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("CApplyAllVC") == nullptr; }));
+
+    EXPECT_FALSE(CEditNotify::isEdited());
+    EXPECT_TRUE(std::filesystem::exists(rig.dataFolder() / "RHYTHM.QL0"));
+    const CXMLFile written;
+    for (int m : {0, 17, 49}) {
+        EXPECT_EQ(written.getKitFromMem(m, 350), 7) << m;
+        EXPECT_EQ(written.getTempoFromMem(m, 351), 1410) << m;
+    }
+    EXPECT_TRUE(rig.session().alerts().shown().isEmpty());
+}
+
+TEST(DesktopCommands, ApplyNamesTheChosenMemoryAndWithoutTheUnitSaysSo) {
+    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
+    ASSERT_TRUE(rig.waitLoaded(1));
+    rig.menus().getMenuOfApply()->trigger();
+    rig.dialog("CApplyVC")->findChild<QComboBox*>("mComboBox")->setCurrentIndex(2);
+    rig.click("CApplyVC", "execButton");
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("CApplyVC") == nullptr; }));
+    EXPECT_EQ(rig.window().windowTitle(), "Tavrel [3]");
+    EXPECT_TRUE(std::filesystem::exists(rig.dataFolder() / "RHYTHM.QL0"));
+
+    // The worker's alert is shown on the UI thread and answered before the dialog closes.
+    rig.menus().getMenuOfApply()->trigger();
+    rig.unit().unplug();
+    AlertAnswer ok("OK");
+    rig.click("CApplyVC", "execButton");
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("CApplyVC") == nullptr; }));
+    EXPECT_EQ(ok.text(), "Device not connected.");
+}
+
+TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {
+    AppRig rig;
+    ASSERT_TRUE(rig.waitLoaded());
+    patterns().addPatternData();
+    ASSERT_TRUE(CEditNotify::isEdited());
+    {
+        AlertAnswer cancel("Cancel");
+        rig.menus().onQuit();
+        EXPECT_EQ(cancel.text(), "Quit Tavrel.");
+    }
+    EXPECT_TRUE(rig.window().isVisible());
+    EXPECT_TRUE(rig.unit().editorMode());
+
+    CEditNotify::clr();
+    rig.show();
+    QTest::keyClick(&rig.window(), Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_FALSE(rig.window().isVisible());
+    ASSERT_TRUE(waitUntil([&] { return !rig.unit().editorMode(); }));
+    EXPECT_FALSE(rig.unit().mounted());
+}
+
+TEST(DesktopCommands, ImportNeedsNoUnitAndLoadingAMidiFileDoes) {
+    AppRig rig({}, false);
+    rig.unit().unplug();
+    rig.show();
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
+    AlertAnswer ok("OK");
+    rig.menus().loadSmfFile(TAVREL_EXAMPLES_DIR "/rock-4-4.mid");
+    EXPECT_EQ(ok.text(), "Unit not connected.");
+    EXPECT_TRUE(patterns().getPtnData().empty());
+}
+
+TEST(DesktopCommands, CommandLine) {
+    struct Case {
+        QStringList args;
+        bool ok;
+    } cases[] = {
+        {{"--simulate=QL-414XE3", "--held", "--slow", "20", "a.mid"}, true},
+        {{"--screenshot=out.png", "--volume-root", "/tmp"}, true},
+        {{"--held"}, false},  // a switch of the simulated unit without one
+        {{"--simulate=QL-1"}, false},
+        {{"--simulate", "--slow"}, false},
+        {{"--screenshot"}, false},
+        {{"--frobnicate"}, false},
+    };
+    for (const Case& c : cases) {
+        QString error;
+        const auto options = app::AppOptions::parse(c.args, error);
+        EXPECT_EQ(options.has_value(), c.ok) << c.args.join(' ').toStdString();
+        EXPECT_EQ(error.isEmpty(), c.ok) << error.toStdString();
+    }
+    QString error;
+    const auto o = app::AppOptions::parse(cases[0].args, error);
+    ASSERT_TRUE(o);
+    EXPECT_EQ(o->simulate->name(), "QL-414XE3");
+    EXPECT_TRUE(o->faults.heldByOtherEditor);
+    EXPECT_EQ(o->faults.replyDelayMs, 20);
+    EXPECT_EQ(o->midiFiles, QStringList{"a.mid"});
+}
+
+TEST(DesktopCommands, MidiPortBoxesRememberTheIndexChosen) {
+    AppRig rig({}, false);
+    QSettings().remove("MIDI_OUT");
+    QSettings().setValue("MIDI_IN", 5);  // more than there are: nothing selected
+    MidiLib& midi = *rig.session().midi();
+    midi.searchDevice();
+    ASSERT_GE(midi.getOutputPortList().size(), 1u);
+    {
+        app::CMidiDeviceComboBox in("MIDI_IN", &midi);
+        app::CMidiDeviceComboBox out("MIDI_OUT", &midi);
+        EXPECT_EQ(in.currentIndex(), -1);
+        EXPECT_EQ(out.currentIndex(), -1);
+        EXPECT_EQ(out.itemText(0),
+                  QString::fromStdString(MidiLib::getDeviceName(midi.getOutputPortList()[0])));
+        out.setCurrentIndex(0);
+        emit out.activated(0);
+    }
+    EXPECT_EQ(QSettings().value("MIDI_OUT").toInt(), 0);
+    const app::CMidiDeviceComboBox again("MIDI_OUT", &midi);
+    EXPECT_EQ(again.currentIndex(), 0);
+    const app::CMidiDeviceComboBox other("SOMETHING", &midi);
+    EXPECT_EQ(other.count(), 0);
+}
+
+}  // namespace
+}  // namespace tavrel::test

@@ -1,0 +1,134 @@
+// Start-up, the load sequence and the connection dialogs, each raised once per episode and
+// closed when its condition ends, driven through the real window and dialogs.
+#include "AppRig.h"
+
+#include "app/QtAlerts.h"
+#include "device/CConnectionMgr.h"
+#include "device/LinkRunner.h"
+#include "model/CPatternMgr.h"
+#include "model/CPtnDataMgr.h"
+#include "views/CPatternEditView.h"
+#include "views/CPtnEditTableView.h"
+
+#include <QLabel>
+#include <QStatusBar>
+
+namespace tavrel::test {
+namespace {
+
+QString status(app::CPtnEditViewController& window) {
+    return window.findChild<QLabel*>("unitStatus")->text();
+}
+
+TEST(DesktopConnection, StartUpLoadsTheUnitAndTheMidiFilesNamed) {
+    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
+    ASSERT_TRUE(rig.waitLoaded(2));
+    EXPECT_TRUE(rig.unit().editorMode());
+    EXPECT_TRUE(rig.unit().mounted());
+    EXPECT_EQ(rig.window().windowTitle(), "Tavrel [1]");
+    EXPECT_EQ(status(rig.window()), "QL-900 connected, storage mounted");
+    auto* list = rig.window().mPtnEditTableView();
+    EXPECT_EQ(list->topLevelItemCount(), 2);
+    EXPECT_EQ(list->topLevelItem(0)->text(1), "rock-4-4");
+    EXPECT_EQ(list->topLevelItem(0)->text(2), "Studio Rock");  // the unit's first kit
+    for (QAction* a : {rig.menus().getMenuOfSmfLoad(), rig.menus().getMenuOfImport(),
+                       rig.menus().getMenuOfExport(), rig.menus().getMenuOfApply(),
+                       rig.menus().getMenuOfApplyAll(), rig.menus().getMenuOfMount()}) {
+        EXPECT_TRUE(a->isEnabled()) << a->text().toStdString();
+    }
+    EXPECT_TRUE(rig.menus().getMenuOfMount()->isChecked());
+    EXPECT_TRUE(rig.window().findChild<QPushButton*>("mDelButton")->isEnabled());
+}
+
+TEST(DesktopConnection, UnpluggedWhilePlayingStopsAndAsksOnceThenLoadsWhenBack) {
+    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
+    ASSERT_TRUE(rig.waitLoaded(1));
+    QTest::keyClick(&rig.window(), Qt::Key_Space);
+    ASSERT_TRUE(rig.window().mPtnEditVeiw()->playing());
+    QSignalSpy shown(&rig.window(), &app::CPtnEditViewController::settled);
+
+    rig.unit().unplug();
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
+    EXPECT_FALSE(rig.window().mPtnEditVeiw()->playing());
+    rig.watchTicks(5);
+    EXPECT_EQ(shown.count(), 1);
+    // The one pattern can be saved from here; nothing that needs the unit can be started.
+    EXPECT_TRUE(rig.dialog("NoConnectVC")->findChild<QPushButton*>("exportButton")->isVisible());
+    EXPECT_TRUE(rig.menus().getMenuOfExport()->isEnabled());
+    EXPECT_FALSE(rig.menus().getMenuOfSmfLoad()->isEnabled());
+    EXPECT_EQ(status(rig.window()), "No unit connected");
+
+    ASSERT_TRUE(rig.unit().plugIn());
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") == nullptr && rig.loaded(); }));
+    EXPECT_TRUE(rig.unit().mounted());
+    EXPECT_TRUE(rig.menus().getMenuOfSmfLoad()->isEnabled());
+}
+
+TEST(DesktopConnection, NoConnectHidesExportWithoutPatterns) {
+    AppRig rig({}, false);
+    rig.unit().unplug();
+    rig.show();
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
+    EXPECT_FALSE(rig.dialog("NoConnectVC")->findChild<QPushButton*>("exportButton")->isVisible());
+    EXPECT_FALSE(rig.menus().getMenuOfExport()->isEnabled());
+}
+
+TEST(DesktopConnection, UnmountingShowsTheUnmountDialogOnceAndMountLoadsAgain) {
+    AppRig rig;
+    ASSERT_TRUE(rig.waitLoaded());
+    QSignalSpy shown(&rig.window(), &app::CPtnEditViewController::settled);
+    rig.menus().getMenuOfMount()->trigger();
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("ConnectVC") != nullptr; }));
+    EXPECT_EQ(rig.dialog("ConnectVC")->findChild<QLabel*>("message")->text(),
+              "Now disconnecting...");
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("ShowUnmountVC") != nullptr; }));
+    EXPECT_FALSE(rig.unit().mounted());
+    EXPECT_FALSE(rig.unit().editorMode());
+    rig.watchTicks(5);
+    EXPECT_EQ(shown.count(), 1);
+    EXPECT_FALSE(rig.menus().getMenuOfMount()->isChecked());
+    EXPECT_FALSE(rig.menus().getMenuOfSmfLoad()->isEnabled());
+    EXPECT_FALSE(rig.menus().getMenuOfApplyAll()->isEnabled());
+
+    rig.click("ShowUnmountVC", "mountButton");
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("ShowUnmountVC") == nullptr && rig.loaded(); }));
+    EXPECT_TRUE(rig.unit().mounted());
+    EXPECT_TRUE(rig.menus().getMenuOfMount()->isChecked());
+    EXPECT_TRUE(rig.menus().getMenuOfApplyAll()->isEnabled());
+}
+
+TEST(DesktopConnection, HeldByAnotherEditorWaitsForConnectOnAFreeUnit) {
+    AppRig rig({"--held"});
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("OccupitedVC") != nullptr; }));
+    EXPECT_FALSE(rig.unit().editorMode());
+    EXPECT_FALSE(rig.menus().getMenuOfImport()->isEnabled());
+    EXPECT_FALSE(rig.menus().getMenuOfMount()->isChecked());
+
+    rig.click("OccupitedVC", "connectButton");  // still held: the dialog stays
+    ASSERT_TRUE(waitUntil([&] { return !rig.session().steps()->busy(); }));
+    rig.watchTicks(2);
+    ASSERT_NE(rig.dialog("OccupitedVC"), nullptr);
+
+    rig.unit().faults().heldByOtherEditor = false;
+    rig.click("OccupitedVC", "connectButton");
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("OccupitedVC") == nullptr && rig.loaded(); }));
+    EXPECT_TRUE(rig.unit().editorMode());
+    EXPECT_TRUE(rig.menus().getMenuOfImport()->isEnabled());
+}
+
+// Waits out the unit's 10 s mount limit once.
+TEST(DesktopConnection, AStorageThatNeverCameIsMountedAgainFromTheUnmountDialog) {
+    AppRig rig({"--never-mount"});
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("ShowUnmountVC") != nullptr; }, 30000));
+    EXPECT_TRUE(rig.session().alerts().shown().isEmpty());
+    EXPECT_EQ(rig.dialog("OccupitedVC"), nullptr);  // held by this program, not another
+    EXPECT_EQ(rig.window().statusBar()->currentMessage(), "Unit storage not found.");
+
+    rig.unit().faults().neverMount = false;
+    rig.click("ShowUnmountVC", "mountButton");
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("ShowUnmountVC") == nullptr && rig.loaded(); }));
+    EXPECT_TRUE(rig.unit().mounted());
+}
+
+}  // namespace
+}  // namespace tavrel::test

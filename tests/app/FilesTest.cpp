@@ -1,0 +1,100 @@
+// The file commands of the menus: loading from and saving to the unit, exporting and importing
+// pattern files through their file dialogs, with the questions and alerts on the way.
+#include "AppRig.h"
+
+#include "app/QtAlerts.h"
+#include "model/CEditNotify.h"
+#include "model/CPatternMgr.h"
+#include "model/CPtnDataMgr.h"
+
+#include <filesystem>
+
+namespace tavrel::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+CPatternMgr& patterns() {
+    return Context::current().patterns();
+}
+
+TEST(DesktopFiles, SaveThenLoadFromTheUnitAsksBeforeReplacingPatterns) {
+    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
+    ASSERT_TRUE(rig.waitLoaded(2));
+    patterns().getPtnData()[0]->setTempo(99);
+    QTest::keyClick(&rig.window(), Qt::Key_S, Qt::ControlModifier);
+    EXPECT_FALSE(CEditNotify::isEdited());
+    patterns().getPtnData()[0]->setTempo(150);
+
+    {
+        AlertAnswer cancel("Cancel");
+        rig.menus().openFile();
+        EXPECT_EQ(cancel.text(), "Load rhythm patterns.");
+    }
+    EXPECT_EQ(patterns().getPtnData()[0]->getTempo(), 150);
+    AlertAnswer load("Load");
+    rig.menus().openFile();
+    ASSERT_EQ(patterns().getPtnData().size(), 2u);
+    EXPECT_EQ(patterns().getPtnData()[0]->getTempo(), 99);
+
+    // With no patterns the file is read without a question.
+    patterns().clearAllPtnData();
+    rig.menus().openFile();
+    EXPECT_EQ(patterns().getPtnData().size(), 2u);
+    EXPECT_TRUE(rig.session().alerts().shown() ==
+                QStringList({"Load rhythm patterns.", "Load rhythm patterns."}));
+}
+
+TEST(DesktopFiles, WithoutTheUnitsStorageLoadAndSaveSaySo) {
+    AppRig rig;
+    ASSERT_TRUE(rig.waitLoaded());
+    fs::remove(rig.dataFolder() / "RHYTHM.QL0");
+    {
+        AlertAnswer ok("OK");
+        rig.menus().openFile();
+        EXPECT_EQ(ok.text(), "User Pattern file not found.");
+    }
+    rig.unit().unplug();
+    for (void (app::AppDelegate::*command)() :
+         {&app::AppDelegate::openFile, &app::AppDelegate::saveFile}) {
+        AlertAnswer ok("OK");
+        (rig.menus().*command)();
+        EXPECT_EQ(ok.text(), "Unit not connected.");
+    }
+}
+
+TEST(DesktopFiles, ExportedPatternsComeBackByImportWithoutAUnit) {
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("backup.QL0");
+    {
+        AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
+        ASSERT_TRUE(rig.waitLoaded(2));
+        const FileChoice choose(file);
+        QTest::keyClick(&rig.window(), Qt::Key_E, Qt::ControlModifier);
+        ASSERT_TRUE(fs::exists(file.toStdString()));
+    }
+    AppRig rig({}, false);
+    rig.unit().unplug();
+    rig.show();
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
+    rig.menus().getMenuOfImport()->setEnabled(true);  // the dialog's own rules are tested apart
+    const FileChoice choose(file);
+    rig.menus().importData();
+    ASSERT_EQ(patterns().getPtnData().size(), 2u);
+    EXPECT_EQ(QString::fromStdString(patterns().getPtnData()[1]->getName()).trimmed(), "fill-4-4");
+    // The unit's dialog now offers the export of what was imported.
+    EXPECT_TRUE(rig.menus().getMenuOfExport()->isEnabled());
+}
+
+TEST(DesktopFiles, QuitFromTheNoUnitDialogClosesItAndTheWindow) {
+    AppRig rig({}, false);
+    rig.unit().unplug();
+    rig.show();
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
+    rig.click("NoConnectVC", "quitButton");
+    EXPECT_EQ(rig.dialog("NoConnectVC"), nullptr);
+    EXPECT_FALSE(rig.window().isVisible());
+}
+
+}  // namespace
+}  // namespace tavrel::test
