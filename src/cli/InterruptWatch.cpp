@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 namespace tavrel::cli {
 
@@ -43,6 +44,12 @@ InterruptWatch::~InterruptWatch() {
     pthread_sigmask(SIG_SETMASK, &mPrevious, nullptr);
 }
 
+void InterruptWatch::onFirst(std::function<void()> hook) {
+    const std::lock_guard lock(mHookLock);
+    mHook = std::move(hook);
+    if (mHook && mInterrupted.load()) mHook();
+}
+
 void InterruptWatch::watch() {
     pollfd fds[2] = {{mSignalFd, POLLIN, 0}, {mStopFd, POLLIN, 0}};
     for (;;) {
@@ -55,6 +62,8 @@ void InterruptWatch::watch() {
             std::_Exit(kExitInterrupted);
         }
         say("tavrel-cli: stopping once the unit is let go (again to stop at once)\n");
+        const std::lock_guard lock(mHookLock);
+        if (mHook) mHook();
     }
 }
 

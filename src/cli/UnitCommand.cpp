@@ -106,12 +106,19 @@ int UnitCommand::run(const Args& args, CommandIo io) {
         io.err << "; usage: tavrel-cli " << usage() << '\n';
         return kExitUsage;
     }
-    // Before the session starts its threads, so that they all leave the signals to it.
-    const InterruptWatch interrupt;
+    // Before the session starts its threads, so that they all leave the signals to it; a
+    // first signal cancels the step under way, and the unit is still let go.
+    InterruptWatch interrupt;
     // The link, the unit and the patterns read belong to this command alone.
     Context context;
     const auto session = UnitSession::open(*options, io.err);
     if (!session) return kExitFailed;
+    interrupt.onFirst([&session] { session->interrupt(); });
+    // The hook goes before the session does, however the command ends.
+    const struct Unhook {
+        InterruptWatch& watch;
+        ~Unhook() { watch.onFirst({}); }
+    } unhook{interrupt};
     const int code = run(*session, *options, io);
     return interrupt.interrupted() ? kExitInterrupted : code;
 }

@@ -99,11 +99,22 @@ std::string UnitSession::modelName() const {
 LinkRunner::Outcome UnitSession::run(LinkRunner::Step step) {
     drain();
     std::optional<LinkRunner::Outcome> end;
-    // Only this thread starts steps, and each is waited for: the runner is never busy here.
-    mRunner.start(step, [&end](const LinkRunner::Outcome& outcome) { end = outcome; });
+    {
+        const std::lock_guard lock(mStepLock);
+        mReleasing = step == LinkRunner::Step::EditorOff;
+        if (mInterrupted && !mReleasing) return {step, false, true, {}};
+        // Only this thread starts steps, and each is waited for: the runner is never busy here.
+        mRunner.start(step, [&end](const LinkRunner::Outcome& outcome) { end = outcome; });
+    }
     mPoster.runUntil([&end] { return end.has_value(); });
     if (!end->reason.empty()) mAlerts.alert(end->reason);
     return *end;
+}
+
+void UnitSession::interrupt() {
+    const std::lock_guard lock(mStepLock);
+    mInterrupted = true;
+    if (!mReleasing) mRunner.cancel();
 }
 
 bool UnitSession::askHeld(bool& held) {

@@ -19,6 +19,7 @@
 
 #include <chrono>
 #include <memory>
+#include <mutex>
 #include <ostream>
 #include <string>
 
@@ -63,6 +64,10 @@ public:
     bool release();
     // Ends the wait of the step under way at once; from any thread.
     void cancel() { mRunner.cancel(); }
+    // The user asked to stop; from any thread. The step under way is cancelled and no step
+    // starts after it, save release(), which is never cancelled this way: the unit is still
+    // let go.
+    void interrupt();
 
     // How long the last load sequence took.
     std::chrono::microseconds loadTime() const { return mLoadTime; }
@@ -87,6 +92,9 @@ private:
     RecordedAlerts& mAlerts;
     sim::SimulatedUnit* mUnit;
     std::chrono::microseconds mLoadTime{0};
+    std::mutex mStepLock;  // a step's start against interrupt()
+    bool mInterrupted = false;
+    bool mReleasing = false;  // the step last started lets the unit go
 };
 
 }  // namespace tavrel::cli

@@ -33,14 +33,6 @@ int RawClient::removePort(int port) {
     return snd_seq_delete_simple_port(mSeq, port);
 }
 
-int RawClient::setCaps(int port, unsigned int caps) {
-    snd_seq_port_info_t* info = nullptr;
-    snd_seq_port_info_alloca(&info);
-    if (const int rc = snd_seq_get_port_info(mSeq, port, info); rc < 0) return rc;
-    snd_seq_port_info_set_capability(info, caps);
-    return snd_seq_set_port_info(mSeq, port, info);
-}
-
 int RawClient::connectTo(int port, int client, int destPort) {
     return snd_seq_connect_to(mSeq, port, client, destPort);
 }

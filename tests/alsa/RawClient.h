@@ -38,7 +38,6 @@ public:
     // Results are alsa-lib's: a port number or 0 on success, a negative error code otherwise.
     int addPort(const std::string& name, unsigned int caps);
     int removePort(int port);
-    int setCaps(int port, unsigned int caps);
     // Subscribes `client`:`destPort` to our `port`, as a patchbay connects two programs.
     int connectTo(int port, int client, int destPort);
 

@@ -70,8 +70,8 @@ protected:
         bool mounted;
     };
     // `tavrel-cli unit ACTION... --simulate`, with the unit held by another editor first when
-    // `held`.
-    After inSession(const Args& action, bool held) {
+    // `held`, and the user's Ctrl-C come before the command starts when `interrupted`.
+    After inSession(const Args& action, bool held, bool interrupted) {
         Args args = action;
         args.insert(args.end(), {"--simulate", "--sim-storage", storage().string()});
         out.str("");
@@ -85,6 +85,7 @@ protected:
         }
         sim::SimulatedUnit& simulated = *session->simulatedUnit();
         simulated.faults().heldByOtherEditor = held;
+        if (interrupted) session->interrupt();
         const int exit = UnitCommand::run(*session, *options, {out, err});
         return {exit, simulated.editorMode(), simulated.mounted()};
     }
@@ -155,27 +156,31 @@ TEST_F(UnitCommandTest, PushedPatternsComeBackByteForByteAndTheReplacedFileIsBac
 }
 
 // The simulator's switches are not on the command line: these run the command through a
-// session opened as the command opens it, with the unit's switches set first.
-TEST_F(UnitCommandTest, CommandsLetTheUnitGoAndAUnitHeldByAnotherEditorIsOnlyReported) {
+// session opened as the command opens it, with the unit's switches set first. A command the
+// user stopped asks the unit nothing more.
+TEST_F(UnitCommandTest, CommandsLetTheUnitGoAndAHeldUnitOrAStoppedCommandIsOnlyReported) {
     ASSERT_EQ(unit({"status"}), kExitOk);  // the unit seeds its storage
     const test::Bytes before = test::readBytes(unitFile());
     const std::string in = convert({"rock-4-4.mid"});
     struct Case {
         Args action;
         bool held;
+        bool interrupted;
     };
-    for (const Case& c : {Case{{"load", "--json"}, false}, Case{{"load", "--json"}, true},
-                          Case{{"push", in}, true}}) {
-        SCOPED_TRACE(c.action.front() + (c.held ? " held" : ""));
-        const After after = inSession(c.action, c.held);
+    for (const Case& c :
+         {Case{{"load", "--json"}, false, false}, Case{{"load", "--json"}, true, false},
+          Case{{"push", in}, true, false}, Case{{"push", in}, false, true}}) {
+        SCOPED_TRACE(c.action.front() + (c.held ? " held" : "") +
+                     (c.interrupted ? " stopped" : ""));
+        const After after = inSession(c.action, c.held, c.interrupted);
         EXPECT_FALSE(after.editorMode) << "editor mode ended, or never sent";
         EXPECT_FALSE(after.mounted);
-        if (!c.held) {
+        if (!c.held && !c.interrupted) {
             EXPECT_EQ(after.exit, kExitOk) << err.str();
             continue;
         }
         EXPECT_EQ(after.exit, kExitFailed);
-        EXPECT_EQ(err.str(), "tavrel-cli: Unit already occupied.\n");
+        EXPECT_EQ(err.str(), c.held ? "tavrel-cli: Unit already occupied.\n" : "");
         if (c.action.front() == "load") {
             EXPECT_EQ(withoutElapsed(out.str()),
                       "{\"ok\":false,\"model\":\"QL-900\",\"kits\":[],\"patterns\":[],"

@@ -18,25 +18,15 @@ TEST(AlsaMidiService, WithoutASequencerItSaysSoOnceAndListsNothing) {
     }
     test::LogCapture log;
     AlsaMidiService service;
-    test::MidiRecorder recorder;
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        MidiLib midi(service);
-        midi.setDelegate(&recorder);
-        EXPECT_FALSE(midi.isReady());
-        midi.searchDevice();
-        EXPECT_TRUE(midi.getInputPortList().empty());
-        EXPECT_TRUE(midi.getOutputPortList().empty());
-        EXPECT_FALSE(midi.selectInputDevice(0));
-        midi.sendMidi(MidiPacket{0, 3, {0x99, 0x24, 0x64}});
-    }
+    // What a transport on a service that cannot start does is MidiLibSetup's to show.
+    for (int attempt = 0; attempt < 2; ++attempt) EXPECT_FALSE(MidiLib(service).isReady());
     EXPECT_EQ(log.count("device: ALSA sequencer not available: "), 1);
 
-    EXPECT_TRUE(service.sources().empty());
+    EXPECT_TRUE(service.sources().empty() && service.destinations().empty());
     EXPECT_FALSE(service.connectSource(0x8000).ok());
     const auto sent = service.send(0x8000, Bytes{0x90, 0x3C, 0x64});
     EXPECT_FALSE(sent.ok());
     EXPECT_FALSE(sent.what.empty());
-    EXPECT_TRUE(recorder.calls.empty());
 }
 
 }  // namespace

@@ -190,17 +190,17 @@ TEST_F(MidiLibTest, MessagesArriveWholeAndInOrderFromTheServicesThreadHoweverThe
         ASSERT_TRUE(service.inject(unitIn, {stream.data() + at, end - at}));
     }
     // A platform may hand over a long exclusive message as one block, more than the ring
-    // holds: it arrives whole, in 256-byte pieces.
-    Bytes message(10000);
-    for (std::size_t i = 0; i < message.size(); ++i)
-        message[i] = static_cast<std::uint8_t>(i % 127);
-    message.front() = 0xF0;
-    message.back() = 0xF7;
-    for (std::size_t at = 0; at < message.size(); at += 256) {
-        expected.emplace_back(message.begin() + at,
-                              message.begin() + std::min(message.size(), at + 256));
+    // holds: it arrives whole, in 256-byte pieces; one of exactly 256 bytes is one piece.
+    for (const std::size_t size : {256u, 10000u}) {
+        Bytes message(size);
+        for (std::size_t i = 0; i < size; ++i) message[i] = static_cast<std::uint8_t>(i % 127);
+        message.front() = 0xF0;
+        message.back() = 0xF7;
+        for (std::size_t at = 0; at < size; at += 256) {
+            expected.emplace_back(message.begin() + at, message.begin() + std::min(size, at + 256));
+        }
+        ASSERT_TRUE(service.inject(unitIn, message));
     }
-    ASSERT_TRUE(service.inject(unitIn, message));
     // Compared whole rather than printed: a mismatch would print 10,000 bytes.
     EXPECT_TRUE(recorder.waitForReceived(expected.size()) == expected);
 }

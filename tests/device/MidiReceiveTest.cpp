@@ -55,25 +55,6 @@ TEST(MidiReceive, AssemblesWholeMessagesAndKeepsTheParsersHabits) {
     for (const auto& c : cases) EXPECT_EQ(receive(c.blocks), c.expected) << c.what;
 }
 
-Bytes exclusive(std::size_t total) {
-    Bytes m(total);
-    m.front() = 0xF0;
-    for (std::size_t i = 1; i + 1 < total; ++i) m[i] = static_cast<std::uint8_t>(i & 0x7F);
-    m.back() = 0xF7;
-    return m;
-}
-
-TEST(MidiReceive, LongExclusiveMessagesComeIn256BytePieces) {
-    for (const std::size_t size : {256u, 257u, 300u, 1000u}) {
-        const Bytes whole = exclusive(size);
-        Messages expected;
-        for (std::size_t at = 0; at < size; at += 256) {
-            expected.emplace_back(whole.begin() + at, whole.begin() + std::min(size, at + 256));
-        }
-        EXPECT_EQ(receive({whole}), expected) << size;
-    }
-}
-
 TEST(MidiReceive, TheRingHolds4095BytesInOrderAcrossItsEnd) {
     MidiFifo ring;
     std::uint8_t byte = 0;

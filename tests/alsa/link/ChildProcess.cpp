@@ -154,11 +154,6 @@ std::string ChildProcess::text(Stream stream) const {
     return all + mPartial[index(stream)];
 }
 
-std::vector<ChildProcess::Line> ChildProcess::lines(Stream stream) const {
-    std::lock_guard lock(mLock);
-    return mLines[index(stream)];
-}
-
 ChildProcess::Clock::time_point ChildProcess::endedAt() const {
     std::lock_guard lock(mLock);
     return mEndedAt;

@@ -43,7 +43,6 @@ public:
     void kill(int signal);
 
     std::string text(Stream stream) const;
-    std::vector<Line> lines(Stream stream) const;
     // When the process was seen to end; valid once wait() returned a code.
     Clock::time_point endedAt() const;
 
