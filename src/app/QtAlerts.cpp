@@ -5,6 +5,9 @@
 #include <QPushButton>
 #include <QThread>
 
+#include <future>
+#include <memory>
+
 namespace tavrel::app {
 
 QtAlerts::QtAlerts() {
@@ -27,11 +30,18 @@ bool QtAlerts::onUiThread(const std::string& message, const std::string& informa
     const QString confirm = QString::fromStdString(confirmButton);
     if (QThread::currentThread() == thread()) return show(text, info, confirm);
     if (mClosing) return false;
-    bool answer = false;
-    // The raising thread waits here until the box is answered on the UI thread.
+    // The raising thread waits here until the box is answered on the UI thread. A call the UI
+    // thread drops unrun (this object gone) breaks the promise, which counts as "Cancel".
+    auto answer = std::make_shared<std::promise<bool>>();
+    std::future<bool> answered = answer->get_future();
     QMetaObject::invokeMethod(
-        this, [&] { answer = show(text, info, confirm); }, Qt::BlockingQueuedConnection);
-    return answer;
+        this, [this, answer, text, info, confirm] { answer->set_value(show(text, info, confirm)); },
+        Qt::QueuedConnection);
+    try {
+        return answered.get();
+    } catch (const std::future_error&) {
+        return false;
+    }
 }
 
 bool QtAlerts::show(const QString& message, const QString& informative, const QString& confirm) {

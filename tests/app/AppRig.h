@@ -34,6 +34,15 @@
 
 namespace tavrel::test {
 
+// The visible top-level widget of type T (a message box, a file dialog), if there is one.
+template <class T>
+T* shownTopLevel() {
+    for (QWidget* w : QApplication::topLevelWidgets()) {
+        if (auto* t = qobject_cast<T*>(w); t != nullptr && t->isVisible()) return t;
+    }
+    return nullptr;
+}
+
 // Waits on the event loop until `done` holds; false after `ms`.
 inline bool waitUntil(const std::function<bool()>& done, int ms = 10000) {
     return QTest::qWaitFor(done, ms);
@@ -46,7 +55,7 @@ class WhenModal {
 public:
     explicit WhenModal(std::function<void(T&)> act) : mAct(std::move(act)) {
         QObject::connect(&mTimer, &QTimer::timeout, [this] {
-            auto* widget = qobject_cast<T*>(QApplication::activeModalWidget());
+            T* widget = shownTopLevel<T>();
             if (widget == nullptr || mDone) return;
             mDone = true;
             mTimer.stop();
@@ -115,7 +124,7 @@ public:
         mWindow->setPendingMidiFiles(options->midiFiles);
         // A question nobody answers fails the test instead of hanging it.
         QObject::connect(&mWatchdog, &QTimer::timeout, [this] {
-            QWidget* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            QWidget* box = shownTopLevel<QMessageBox>();
             if (box != mUnanswered) {
                 mUnanswered = box;
                 mUnansweredFor.start();
