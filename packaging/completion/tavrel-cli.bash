@@ -11,16 +11,26 @@ _tavrel_cli() {
     local i=1
     [[ ${words[1]} == -v || ${words[1]} == --verbose ]] && i=2
     if ((cword <= i)); then
-        COMPREPLY=($(compgen -W "smf convert list memory unit preview --help --version -v" -- "$cur"))
+        COMPREPLY=($(compgen -W "smf convert list memory unit backups preview render --help
+            --version -v" -- "$cur"))
         return
     fi
     local command=${words[i]}
 
     case $prev in
-        -o) _filedir '@(QL0|ql0)'; return ;;
+        -o)
+            [[ $command == render ]] && _filedir '@(wav|WAV)' || _filedir '@(QL0|ql0)'
+            return
+            ;;
+        --from)
+            # A pattern file for unit apply-all, a bar number for preview and render.
+            [[ $command == unit ]] && _filedir '@(QL0|ql0)'
+            return
+            ;;
+        --soundfont) _filedir '@(sf2|sf3|SF2|SF3)'; return ;;
         --sim-storage | --volume-root) _filedir -d; return ;;
         --variation) COMPREPLY=($(compgen -W "0 1 2 3 4 5 6 7 8 9" -- "$cur")); return ;;
-        --from | --bars | --tempo | --seconds) return ;;
+        --bars | --tempo | --seconds | --loops) return ;;
         --port)
             local IFS=$'\n'
             COMPREPLY=($(compgen -W "$(aconnect -o 2>/dev/null |
@@ -48,22 +58,32 @@ _tavrel_cli() {
             ;;
         unit)
             if ((cword == i + 1)); then
-                COMPREPLY=($(compgen -W "status load pull push" -- "$cur"))
+                COMPREPLY=($(compgen -W "status load pull push apply-all" -- "$cur"))
             elif [[ $cur == -* ]]; then
                 case ${words[i + 1]} in
                     status | load) COMPREPLY=($(compgen -W "--json $unitopts" -- "$cur")) ;;
+                    apply-all) COMPREPLY=($(compgen -W "--from $unitopts" -- "$cur")) ;;
                     *) COMPREPLY=($(compgen -W "$unitopts" -- "$cur")) ;;
                 esac
-            else
+            elif [[ ${words[i + 1]} != @(status|load|apply-all) ]]; then
                 _filedir '@(QL0|ql0)'
             fi
             ;;
-        preview)
+        backups)
+            COMPREPLY=($(compgen -W "--json" -- "$cur"))
+            ;;
+        preview | render)
             if [[ $cur == -* ]]; then
-                COMPREPLY=($(compgen -W "--variation --from --bars --tempo --seconds --port
-                    --simulate --simulate=" -- "$cur"))
+                local opts="--variation --from --bars --tempo --soundfont"
+                if [[ $command == preview ]]; then
+                    opts+=" --seconds --port --simulate --simulate= --synth"
+                else
+                    opts+=" -o --loops"
+                fi
+                COMPREPLY=($(compgen -W "$opts" -- "$cur"))
             else
-                _filedir '@(mid|midi|MID|MIDI)'
+                # A MIDI file, or FILE.QL0:P for pattern P of a pattern file.
+                _filedir '@(mid|midi|MID|MIDI|QL0|ql0)'
             fi
             ;;
     esac
