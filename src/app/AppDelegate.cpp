@@ -7,6 +7,7 @@
 #include "app/ConnectVC.h"
 #include "app/MidiSettingsDialog.h"
 #include "app/QtAlerts.h"
+#include "app/WriteNote.h"
 #include "device/CConnectionMgr.h"
 #include "device/LinkRunner.h"
 #include "files/CFileDataMgr.h"
@@ -22,6 +23,8 @@
 #include <QFileDialog>
 #include <QMenuBar>
 #include <QMessageBox>
+
+#include <filesystem>
 
 namespace tavrel::app {
 
@@ -68,7 +71,10 @@ void AppDelegate::installMenus(CPtnEditViewController& window) {
                        mMenuOfApplyAll}) {
         a->setObjectName(a->text().remove('&').remove("...").simplified());
     }
-    mMidiSettings = new MidiSettingsDialog(mSession.midi(), &window);
+    mMidiSettings = new MidiSettingsDialog(mSession, &window);
+    connect(mMidiSettings, &MidiSettingsDialog::previewOutputChanged, &window,
+            [&window](const QString& note) { window.showNote(note.toStdString()); });
+    window.showNote(mMidiSettings->previewNote().toStdString());
     // The check mark follows the unit's storage as it was when the program started.
     const CConnectionMgr* link = mSession.link();
     mMenuOfMount->setChecked(link != nullptr && link->getMount() != 0);
@@ -119,6 +125,8 @@ void AppDelegate::saveFile() {
         mSession.alerts().alert("Unit not connected.");
     } else if (!CFileDataMgr::saveData()) {
         mSession.alerts().alert("User Pattern file cannot be created.");
+    } else {
+        showWriteNote({CFileDataMgr::lastWriteReport()});
     }
 }
 
@@ -172,8 +180,23 @@ void AppDelegate::exportData() {
 void AppDelegate::dataExport() {
     const QString path = chooseFile("Export Patterns", "Pattern files (*.QL0 *.ql0)", true);
     if (path.isEmpty()) return;
-    CFileDataMgr::exportData(path.toStdString());
+    const std::filesystem::path target = path.toStdString();
+    const bool written = CFileDataMgr::exportData(target);
     CEditNotify::clr();
+    // No patterns write no file, so the last report would be another write's.
+    const WriteReport report = CFileDataMgr::lastWriteReport();
+    if (report.target.filename() != target.filename()) return;
+    if (!written) {
+        mWindow->showNote(QString("%1 could not be written: %2")
+                              .arg(path, QString::fromStdString(report.error))
+                              .toStdString());
+        return;
+    }
+    showWriteNote({report});
+}
+
+void AppDelegate::showWriteNote(const std::vector<WriteReport>& reports) {
+    if (mWindow != nullptr) mWindow->showNote(WriteNote::describe(reports).toStdString());
 }
 
 void AppDelegate::onMount() {

@@ -9,9 +9,15 @@
 #include <QObject>
 #include <QString>
 
+#include <vector>
+
 class QAction;
 class QKeySequence;
 class QMenu;
+
+namespace tavrel {
+struct WriteReport;
+}
 
 namespace tavrel::app {
 
@@ -69,6 +75,7 @@ private:
     QAction* add(QMenu* menu, const QString& text, void (AppDelegate::*slot)(),
                  const QKeySequence& keys = {});
     void stopPreview();
+    void showWriteNote(const std::vector<WriteReport>& reports);
     QString chooseFile(const QString& title, const QString& filter, bool save);
 
     AppSession& mSession;

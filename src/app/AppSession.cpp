@@ -1,6 +1,7 @@
 #include "app/AppSession.h"
 
 #include "app/QtAlerts.h"
+#include "app/SynthOutput.h"
 #include "device/CConnectionMgr.h"
 #include "device/LinkRunner.h"
 #include "device/MidiLib.h"
@@ -46,6 +47,8 @@ AppSession::AppSession(const AppOptions& options) {
     } else {
         openDesktop(options);
     }
+    // After the sequencer, so that it is switched back to MIDI before the synthesizer goes.
+    mSynth = &context.install(std::make_unique<SynthOutput>(mSeq));
 }
 
 AppSession::~AppSession() = default;

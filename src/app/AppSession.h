@@ -2,7 +2,7 @@
 // poster and the alerts first (everything below may use them), then the MIDI and volume
 // services (with the simulated unit plugged in before the transport's first scan), the MIDI
 // transport, the preview sequencer that plays through it, the waiter, the device link and the
-// device thread. The Context ends them in reverse order.
+// device thread, and the built-in synthesizer. The Context ends them in reverse order.
 //
 // Without an ALSA sequencer there is no link: problem() says why, and the program still runs
 // for import, export and MIDI files.
@@ -32,6 +32,7 @@ class SimulatedUnit;
 namespace tavrel::app {
 
 class QtAlerts;
+class SynthOutput;
 
 class AppSession {
 public:
@@ -47,6 +48,8 @@ public:
     CConnectionMgr* link() { return mLink; }  // null without a sequencer
     LinkRunner* steps() { return mSteps; }    // the device thread; null with the link
     sim::SimulatedUnit* simulatedUnit() { return mUnit; }
+    // The built-in synthesizer the preview may play through instead of MIDI.
+    SynthOutput& synthOutput() { return *mSynth; }
     // Why no unit can be reached, for the window; empty when the link exists.
     const QString& problem() const { return mProblem; }
     // "QL-900" or "QL-414XE3" while a unit is connected, else empty.
@@ -70,6 +73,7 @@ private:
     CSeqSim* mSeq = nullptr;
     CConnectionMgr* mLink = nullptr;
     LinkRunner* mSteps = nullptr;
+    SynthOutput* mSynth = nullptr;
     std::unique_ptr<CXMLFile> mSettings;
     QString mProblem;
 };

@@ -3,6 +3,7 @@
 #include "app/AppSession.h"
 #include "app/CPtnEditViewController.h"
 #include "app/QtAlerts.h"
+#include "app/WriteNote.h"
 #include "model/CEditNotify.h"
 
 #include <QHBoxLayout>
@@ -86,6 +87,7 @@ void ApplyDialog::poll() {
     if (mJob.saved()) CEditNotify::clr();
     close();
     ended();
+    mWindow.showNote(WriteNote::describe(mJob.reports()).toStdString());
 }
 
 // There is no way back once the worker has started.

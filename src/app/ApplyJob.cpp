@@ -13,6 +13,7 @@ ApplyJob::~ApplyJob() {
 void ApplyJob::start(bool allMemories) {
     PatternSnapshot snapshot = CFileDataMgr::snapshot();
     mExecCnt = 0;
+    mReports.clear();
     mThread = std::thread(
         [this, allMemories, snapshot = std::move(snapshot)] { execute(allMemories, snapshot); });
 }
@@ -23,7 +24,9 @@ void ApplyJob::execute(bool allMemories, const PatternSnapshot& snapshot) {
         mExecCnt = kNoVolume;
         return;
     }
-    if (!CFileDataMgr::saveSnapshot(snapshot)) {
+    const bool saved = CFileDataMgr::saveSnapshot(snapshot);
+    mReports.push_back(CFileDataMgr::lastWriteReport());
+    if (!saved) {
         mAlerts.alert("User Pattern file cannot be created.");
         mExecCnt = kNotWritten;
         return;
@@ -42,6 +45,8 @@ void ApplyJob::execute(bool allMemories, const PatternSnapshot& snapshot) {
             mExecCnt = m + 1;
         }
         settings.saveFile();
+        const auto& written = settings.saveReports();
+        mReports.insert(mReports.end(), written.begin(), written.end());
     }
     mExecCnt = kDone;
 }

@@ -6,9 +6,11 @@
 #pragma once
 
 #include "files/PatternSnapshot.h"
+#include "files/WriteReport.h"
 
 #include <atomic>
 #include <thread>
+#include <vector>
 
 namespace tavrel {
 class Alerts;
@@ -33,6 +35,8 @@ public:
     int execCnt() const { return mExecCnt; }
     // The user pattern file holds what the collection held at start (its edits are saved).
     bool saved() const { return mSaved; }
+    // What each file write did, the user pattern file first; read once the end value is set.
+    const std::vector<WriteReport>& reports() const { return mReports; }
 
 private:
     void execute(bool allMemories, const PatternSnapshot& snapshot);
@@ -40,6 +44,7 @@ private:
     Alerts& mAlerts;
     std::atomic<int> mExecCnt{0};
     std::atomic<bool> mSaved{false};
+    std::vector<WriteReport> mReports;  // the worker's until it sets the end value
     std::thread mThread;
 };
 

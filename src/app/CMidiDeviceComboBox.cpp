@@ -1,9 +1,12 @@
 #include "app/CMidiDeviceComboBox.h"
 
+#include "app/SynthOutput.h"
 #include "device/MidiLib.h"
+#include "playback/LiveSynth.h"
 
 #include <QSettings>
 #include <QSignalBlocker>
+#include <QStandardItemModel>
 
 namespace tavrel::app {
 
@@ -12,17 +15,40 @@ CMidiDeviceComboBox::CMidiDeviceComboBox(const QString& identifier, MidiLib* mid
     setObjectName(identifier);
     setMinimumContentsLength(28);
     reloadData();
-    const QSettings settings;
-    if (settings.contains(mIdentifier)) {
-        const int saved = settings.value(mIdentifier).toInt();
-        // A saved index equal to the count is let through to the transport, which refuses it.
-        if (count() >= saved) {
-            const QSignalBlocker quiet(this);
-            setCurrentIndex(saved < count() ? saved : -1);
-            select(saved);
-        }
-    }
+    selectSaved(false);
     connect(this, &QComboBox::activated, this, &CMidiDeviceComboBox::selectionDidChange);
+}
+
+CMidiDeviceComboBox::CMidiDeviceComboBox(MidiLib* midi, SynthOutput& synth, bool synthByDefault,
+                                         QWidget* parent)
+    : QComboBox(parent), mIdentifier("MIDI_OUT"), mMidi(midi), mSynth(&synth) {
+    setObjectName(mIdentifier);
+    setMinimumContentsLength(28);
+    reloadData();
+    selectSaved(synthByDefault);
+    connect(this, &QComboBox::activated, this, &CMidiDeviceComboBox::selectionDidChange);
+}
+
+void CMidiDeviceComboBox::selectSaved(bool synthByDefault) {
+    const QSettings settings;
+    const QVariant saved = settings.value(mIdentifier);
+    const QSignalBlocker quiet(this);
+    if (mSynth != nullptr &&
+        (saved.toString() == LiveSynth::kOutputName || (!saved.isValid() && synthByDefault))) {
+        if (mSynth->choose()) {
+            reloadData();
+            setCurrentIndex(synthIndex());
+            emit outputChosen(true);
+        }
+        return;
+    }
+    if (!saved.isValid()) return;
+    const int index = saved.toInt();
+    // A saved index equal to the count is let through to the transport, which refuses it.
+    if (count() >= index) {
+        setCurrentIndex(index < count() ? index : -1);
+        select(index);
+    }
 }
 
 void CMidiDeviceComboBox::showPopup() {
@@ -35,14 +61,36 @@ void CMidiDeviceComboBox::reloadData() {
     const QSignalBlocker quiet(this);
     const int current = currentIndex();
     clear();
-    if (mMidi == nullptr) return;
     const bool in = mIdentifier == "MIDI_IN";
-    if (!in && mIdentifier != "MIDI_OUT") return;
-    for (const auto& port : in ? mMidi->getInputPortList() : mMidi->getOutputPortList()) {
-        addItem(QString::fromStdString(MidiLib::getDeviceName(port)));
+    if (mMidi != nullptr && (in || mIdentifier == "MIDI_OUT")) {
+        for (const auto& port : in ? mMidi->getInputPortList() : mMidi->getOutputPortList()) {
+            addItem(QString::fromStdString(MidiLib::getDeviceName(port)));
+        }
     }
+    addSynthEntry();
     setMaxVisibleItems(std::max(1, count()));
-    setCurrentIndex(current < count() ? current : -1);
+    if (mSynth != nullptr && mSynth->chosen()) {
+        setCurrentIndex(synthIndex());
+    } else {
+        setCurrentIndex(current < count() && current != synthIndex() ? current : -1);
+    }
+}
+
+void CMidiDeviceComboBox::addSynthEntry() {
+    if (mSynth == nullptr) return;
+    const QString reason = mSynth->unavailableReason();
+    if (reason.isEmpty()) {
+        addItem(LiveSynth::kOutputName);
+        return;
+    }
+    addItem(QString("%1 (unavailable: %2)").arg(LiveSynth::kOutputName, reason));
+    if (auto* items = qobject_cast<QStandardItemModel*>(model())) {
+        items->item(count() - 1)->setEnabled(false);
+    }
+}
+
+int CMidiDeviceComboBox::synthIndex() const {
+    return mSynth != nullptr ? count() - 1 : -1;
 }
 
 bool CMidiDeviceComboBox::select(int index) {
@@ -55,11 +103,19 @@ bool CMidiDeviceComboBox::select(int index) {
 // The transport's refusal is not shown: the user's choice stands and is kept.
 void CMidiDeviceComboBox::selectionDidChange(int index) {
     if (mIdentifier != "MIDI_IN" && mIdentifier != "MIDI_OUT") return;
+    QSettings settings;
+    if (index >= 0 && index == synthIndex()) {
+        if (mSynth->choose()) settings.setValue(mIdentifier, LiveSynth::kOutputName);
+        reloadData();
+        emit outputChosen(mSynth->chosen());
+        return;
+    }
+    if (mSynth != nullptr) mSynth->leave();
     select(index);
     reloadData();
-    QSettings settings;
     settings.setValue(mIdentifier, index);
     settings.sync();
+    if (mSynth != nullptr) emit outputChosen(false);
 }
 
 }  // namespace tavrel::app

@@ -238,7 +238,8 @@ void CPtnEditViewController::changePtnData() {
     const std::size_t count = patterns.getPtnData().size();
     mAppDelegate.getMenuOfSmfLoad()->setEnabled(count < kMaxPatterns);
     if (const auto pattern = patterns.getCurPattarn(); pattern && mSession.sequencer()) {
-        mSession.sequencer()->getMidiOutMgr().programChange(
+        // Through the preview's output, so that the kit reaches the synthesizer when chosen.
+        mSession.sequencer()->previewOutput().programChange(
             static_cast<std::int8_t>(pattern->getKitNum() & 0xFF));
     }
     mDelButton->setEnabled(count >= 2);

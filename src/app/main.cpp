@@ -3,11 +3,13 @@
 #include "app/AppOptions.h"
 #include "app/AppSession.h"
 #include "app/CPtnEditViewController.h"
+#include "app/DarkPalette.h"
 #include "model/CPatternMgr.h"
 #include "model/Context.h"
 
 #include <QApplication>
 #include <QDialog>
+#include <QIcon>
 #include <QLabel>
 #include <QPainter>
 #include <QPixmap>
@@ -48,6 +50,15 @@ QPixmap picture(QWidget& window) {
     return shot;
 }
 
+// The icon at every size the package installs, from the program's resources.
+QIcon bundledIcon() {
+    QIcon icon;
+    for (const int size : {16, 32, 48, 64, 128, 256}) {
+        icon.addFile(QString(":/icons/%1/org.tavrel.Tavrel.png").arg(size), QSize(size, size));
+    }
+    return icon;
+}
+
 // --help and --version answer before Qt looks for a display.
 bool answeredAtOnce(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
@@ -73,6 +84,10 @@ int main(int argc, char** argv) {
     QApplication::setOrganizationName("tavrel");
     QApplication::setApplicationDisplayName("Tavrel");
     QApplication::setApplicationVersion(TAVREL_VERSION);
+    // The desktop entry's name, so that the shell groups the window under the menu entry.
+    QGuiApplication::setDesktopFileName("org.tavrel.Tavrel");
+    tavrel::app::DarkPalette::applyIfAsked(application);
+    QApplication::setWindowIcon(QIcon::fromTheme("org.tavrel.Tavrel", bundledIcon()));
     // The window closes first and the program ends once the unit has been let go.
     QApplication::setQuitOnLastWindowClosed(false);
 

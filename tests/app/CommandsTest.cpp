@@ -1,21 +1,26 @@
 // The menu commands and the window's own controls: enablement, keys, delete, Apply and Apply
 // All writing the unit's files, quitting with and without edits, the command line and the MIDI
-// port boxes.
+// port boxes with the built-in synthesizer.
 #include "AppRig.h"
 
 #include "app/AppOptions.h"
 #include "app/CMidiDeviceComboBox.h"
 #include "app/QtAlerts.h"
+#include "app/SynthOutput.h"
 #include "device/MidiLib.h"
 #include "files/CXMLFile.h"
 #include "model/CEditNotify.h"
 #include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"
+#include "playback/CSeqSim.h"
+#include "playback/DrumSynth.h"
+#include "playback/LiveSynth.h"
 #include "views/CPatternEditView.h"
 #include "views/CPtnEditTableView.h"
 
 #include <QLabel>
 #include <QSettings>
+#include <QStatusBar>
 
 namespace tavrel::test {
 namespace {
@@ -196,6 +201,59 @@ TEST(DesktopCommands, MidiPortBoxesRememberTheIndexChosen) {
     EXPECT_EQ(again.currentIndex(), 0);
     const app::CMidiDeviceComboBox other("SOMETHING", &midi);
     EXPECT_EQ(other.count(), 0);
+}
+
+}  // namespace
+}  // namespace tavrel::test
+
+namespace tavrel::test {
+namespace {
+
+// The synthesizer is chosen in the dialog's output box, hears the pattern's kit and is chosen
+// again at the next start; a port brings the preview back to MIDI.
+TEST(DesktopCommands, BuiltInSynthesizerIsAnOutputBesideThePorts) {
+    QSettings().remove("MIDI_OUT");
+    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
+    ASSERT_TRUE(rig.waitLoaded(1));
+    auto* out = rig.window().findChild<app::CMidiDeviceComboBox*>("MIDI_OUT");
+    ASSERT_NE(out, nullptr);
+    const int synthEntry = out->count() - 1;
+    EXPECT_TRUE(out->itemText(synthEntry).startsWith(LiveSynth::kOutputName));
+    app::SynthOutput& synth = rig.session().synthOutput();
+    if (const QString why = synth.unavailableReason(); !why.isEmpty()) {
+        EXPECT_TRUE(out->itemText(synthEntry).contains(why));
+        GTEST_SKIP() << "the built-in synthesizer cannot be chosen: " << why.toStdString();
+    }
+    PreviewOutputSelector& selector = rig.session().sequencer()->previewOutput();
+    EXPECT_TRUE(selector.usesMidi()) << "the simulated unit plays the preview by default";
+
+    out->setCurrentIndex(synthEntry);
+    emit out->activated(synthEntry);
+    ASSERT_FALSE(selector.usesMidi());
+    EXPECT_EQ(QSettings().value("MIDI_OUT").toString(), LiveSynth::kOutputName);
+    const auto* driver = rig.window().findChild<QLabel*>("synthDriver");
+    EXPECT_TRUE(driver->text().endsWith(synth.describe()) && !synth.describe().isEmpty());
+    EXPECT_EQ(rig.window().statusBar()->currentMessage(), driver->text());
+
+    std::string error;
+    auto reference = DrumSynth::open(*DrumSynth::defaultSoundFont(), LiveSynth::kSampleRate, error);
+    ASSERT_NE(reference, nullptr) << error;
+    reference->programChange(40);
+    patterns().getCurPattarn()->setKitNum(40);
+    rig.window().changePtnData();
+    EXPECT_EQ(synth.synth()->kitProgram(), reference->kitProgram());
+    QTest::keyClick(&rig.window(), Qt::Key_Space);
+    EXPECT_TRUE(rig.window().mPtnEditVeiw()->playing());
+    QTest::keyClick(&rig.window(), Qt::Key_Space);
+
+    const app::CMidiDeviceComboBox nextStart(rig.session().midi(), synth, false);
+    EXPECT_EQ(nextStart.currentIndex(), nextStart.count() - 1);
+    out->setCurrentIndex(0);
+    emit out->activated(0);
+    EXPECT_TRUE(selector.usesMidi());
+    EXPECT_EQ(QSettings().value("MIDI_OUT").toInt(), 0);
+    EXPECT_TRUE(driver->isHidden());
+    QSettings().remove("MIDI_OUT");
 }
 
 }  // namespace

@@ -1,11 +1,14 @@
 // The file commands of the menus: loading from and saving to the unit, exporting and importing
-// pattern files through their file dialogs, with the questions and alerts on the way.
+// pattern files through their file dialogs, with the questions and alerts on the way and the
+// note on where a replaced file is kept.
 #include "AppRig.h"
 
 #include "app/QtAlerts.h"
 #include "model/CEditNotify.h"
 #include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"
+
+#include <QStatusBar>
 
 #include <filesystem>
 
@@ -24,6 +27,11 @@ TEST(DesktopFiles, SaveThenLoadFromTheUnitAsksBeforeReplacingPatterns) {
     patterns().getPtnData()[0]->setTempo(99);
     QTest::keyClick(&rig.window(), Qt::Key_S, Qt::ControlModifier);
     EXPECT_FALSE(CEditNotify::isEdited());
+    // The status bar says once where the file it replaced is kept.
+    const QString kept = "The RHYTHM.QL0 it replaced is kept at ";
+    const QString note = rig.window().statusBar()->currentMessage();
+    ASSERT_TRUE(note.startsWith(kept)) << note.toStdString();
+    EXPECT_TRUE(fs::is_regular_file(note.mid(kept.size()).toStdString()));
     patterns().getPtnData()[0]->setTempo(150);
 
     {
