@@ -121,7 +121,7 @@ bool take(PreviewOptions& o, const Args& args, std::size_t& i, bool render, std:
 // What the options say together; false, with the reason on `err`, when they disagree.
 bool consistent(PreviewOptions& o, bool render, std::ostream& err) {
     if (o.file.empty()) {
-        err << "tavrel-cli: no " << (render ? "MIDI or pattern file" : "MIDI file") << " given";
+        err << "tavrel-cli: no MIDI or pattern file given";
         return false;
     }
     if (render && o.output.empty()) {

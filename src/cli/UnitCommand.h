@@ -19,7 +19,7 @@ public:
     static int run(UnitSession& session, const UnitOptions& options, CommandIo io);
     static const char* usage() {
         return "unit status|load [--json] | unit pull OUT.QL0 | unit push IN.QL0 | "
-               "unit apply-all [--from IN.QL0]  "
+               "unit apply-all [--from IN.QL0] "
                "[--simulate[=QL-900|QL-414XE3]] [--sim-storage DIR] [--volume-root DIR]...";
     }
 };
