@@ -192,10 +192,10 @@ TEST_F(MidiLibTest, MessagesArriveWholeAndInOrderFromTheServicesThreadHoweverThe
     // A platform may hand over a long exclusive message as one block, more than the ring
     // holds: it arrives whole, in 256-byte pieces; one of exactly 256 bytes is one piece.
     for (const std::size_t size : {256u, 10000u}) {
-        Bytes message(size);
-        for (std::size_t i = 0; i < size; ++i) message[i] = static_cast<std::uint8_t>(i % 127);
-        message.front() = 0xF0;
-        message.back() = 0xF7;
+        Bytes message{0xF0};
+        for (std::size_t i = 1; i + 1 < size; ++i)
+            message.push_back(static_cast<std::uint8_t>(i % 127));
+        message.push_back(0xF7);
         for (std::size_t at = 0; at < size; at += 256) {
             expected.emplace_back(message.begin() + at, message.begin() + std::min(size, at + 256));
         }
