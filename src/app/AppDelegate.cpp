@@ -17,12 +17,15 @@
 #include "model/NotificationCenter.h"
 #include "model/Notifications.h"
 #include "playback/CSeqSim.h"
+#include "views/EditHistory.h"
+#include "views/PatternEdits.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QFileDialog>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QUndoStack>
 
 #include <filesystem>
 
@@ -52,6 +55,8 @@ void AppDelegate::installMenus(CPtnEditViewController& window) {
     file->addSeparator();
     add(file, "&Quit", &AppDelegate::onQuit, QKeySequence(Qt::CTRL | Qt::Key_Q));
 
+    installEditMenu(window);
+
     QMenu* unit = bar->addMenu("&Unit");
     add(unit, "&Load Patterns from Unit", &AppDelegate::openFile);
     add(unit, "&Save Patterns to Unit", &AppDelegate::saveFile, QKeySequence::Save);
@@ -79,6 +84,21 @@ void AppDelegate::installMenus(CPtnEditViewController& window) {
     const CConnectionMgr* link = mSession.link();
     mMenuOfMount->setChecked(link != nullptr && link->getMount() != 0);
     CEditNotify::clr();
+}
+
+void AppDelegate::installEditMenu(CPtnEditViewController& window) {
+    QMenu* edit = window.menuBar()->addMenu("&Edit");
+    QUndoStack& stack = window.editHistory().stack();
+    QAction* undo = stack.createUndoAction(edit, "&Undo");
+    undo->setObjectName("Undo");
+    undo->setShortcut(QKeySequence::Undo);
+    QAction* redo = stack.createRedoAction(edit, "&Redo");
+    redo->setObjectName("Redo");
+    // Ctrl+Shift+Z is the common redo key on Linux desktops, Ctrl+Y the one many users bring.
+    redo->setShortcuts(
+        {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
+    edit->addAction(undo);
+    edit->addAction(redo);
 }
 
 void AppDelegate::setMenusEnabled(unsigned menus, bool enabled) {
@@ -116,6 +136,7 @@ void AppDelegate::openFile() {
     } else if (Context::current().patterns().getPtnData().empty() ||
                alerts.ask("Load rhythm patterns.", "Are you sure?", "Load")) {
         if (!CFileDataMgr::loadData()) alerts.alert("User Pattern file format is wrong.");
+        mWindow->editHistory().clear();
     }
 }
 
@@ -160,7 +181,7 @@ void AppDelegate::loadSmfFile(const QString& path) {
         mSession.alerts().alert("Unit not connected.");
         return;
     }
-    CFileDataMgr::loadSmf(path.toStdString());
+    views::PatternEdits::loadMidiFile(mWindow->editHistory(), path.toStdString());
     CEditNotify::clr();
 }
 
@@ -168,7 +189,8 @@ void AppDelegate::importData() {
     stopPreview();
     const QString path = chooseFile("Import Patterns", "Pattern files (*.QL0 *.ql0)", false);
     if (path.isEmpty()) return;
-    CFileDataMgr::importData(path.toStdString());
+    // A file that could not be read leaves the collection, and so its history, as it was.
+    if (CFileDataMgr::importData(path.toStdString())) mWindow->editHistory().clear();
     CEditNotify::clr();
 }
 

@@ -72,6 +72,7 @@ public slots:
     void showAbout();
 
 private:
+    void installEditMenu(CPtnEditViewController& window);
     QAction* add(QMenu* menu, const QString& text, void (AppDelegate::*slot)(),
                  const QKeySequence& keys = {});
     void stopPreview();

@@ -18,6 +18,8 @@
 #include "playback/CSeqSim.h"
 #include "views/CPatternEditView.h"
 #include "views/CPtnEditTableView.h"
+#include "views/EditHistory.h"
+#include "views/PatternEdits.h"
 
 #include <QAction>
 #include <QApplication>
@@ -42,9 +44,10 @@ constexpr int kNoteMs = 10000;
 CPtnEditViewController::CPtnEditViewController(AppSession& session, AppDelegate& delegate)
     : mSession(session),
       mAppDelegate(delegate),
+      mHistory(new views::EditHistory(this)),
       mSplitView(new QSplitter(this)),
-      mTableView(new views::CPtnEditTableView(mSplitView)),
-      mEditView(new views::CPatternEditView(session.sequencer(), mSplitView)),
+      mTableView(new views::CPtnEditTableView(*mHistory, mSplitView)),
+      mEditView(new views::CPatternEditView(session.sequencer(), *mHistory, mSplitView)),
       mDelButton(new QPushButton("Delete", this)),
       mProblem(new QLabel(session.problem(), this)),
       mStatus(new QLabel(this)),
@@ -256,8 +259,11 @@ void CPtnEditViewController::loadSequenceEnded(const std::string& failure) {
     if (mSession.link() != nullptr && mSession.link()->isVolumeExist()) {
         mSession.rereadSettings();
     }
-    // What was just read is what the unit holds: nothing to save yet.
-    if (Context::current().patterns().getActive()) CEditNotify::clr();
+    // What was just read is what the unit holds: nothing to save yet, nothing to undo.
+    if (Context::current().patterns().getActive()) {
+        CEditNotify::clr();
+        mHistory->clear();
+    }
     changePtnData();
     showStatus();
     const QStringList files = std::exchange(mPendingMidiFiles, {});
@@ -273,7 +279,7 @@ void CPtnEditViewController::stopPreview() {
 void CPtnEditViewController::onRemoveSw() {
     if (!mSession.alerts().ask("Delete rhythm patterns.", "Are you sure?", "Delete")) return;
     stopPreview();
-    Context::current().patterns().removePatternData(mTableView->selectedRowIndexes());
+    views::PatternEdits::removePatterns(*mHistory, mTableView->selectedRowIndexes());
     mTableView->reloadData();
 }
 

@@ -23,6 +23,7 @@ class QTimer;
 namespace tavrel::views {
 class CPatternEditView;
 class CPtnEditTableView;
+class EditHistory;
 }  // namespace tavrel::views
 
 namespace tavrel::app {
@@ -39,6 +40,8 @@ public:
     AppDelegate& appDelegate() { return mAppDelegate; }
     views::CPtnEditTableView* mPtnEditTableView() const { return mTableView; }
     views::CPatternEditView* mPtnEditVeiw() const { return mEditView; }
+    // The user's edits of the list and the editors, for Undo and Redo.
+    views::EditHistory& editHistory() const { return *mHistory; }
 
     // Opens the dialog named by a segue identifier: "ShowConnect" (no unit), "ShowOccupited",
     // "ShowUnmount" or "ShowLoading" (the load sequence). A dialog already open is not opened
@@ -92,6 +95,7 @@ private:
 
     AppSession& mSession;
     AppDelegate& mAppDelegate;
+    views::EditHistory* mHistory;
     QSplitter* mSplitView;
     views::CPtnEditTableView* mTableView;
     views::CPatternEditView* mEditView;

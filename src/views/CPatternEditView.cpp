@@ -17,9 +17,10 @@ constexpr const char* kVariationNames[] = {"Intro", "Verse",  "Verse Fill", "Cho
                                            "C",     "C Fill", "D",          "D Fill", "Ending"};
 }
 
-CPatternEditView::CPatternEditView(CSeqSim* seq, QWidget* parent)
+CPatternEditView::CPatternEditView(CSeqSim* seq, EditHistory& history, QWidget* parent)
     : QWidget(parent),
       mSeq(seq),
+      mHistory(history),
       mTitle(new QLabel(this)),
       mDetail(new QLabel(this)),
       mPosition(new QLabel(this)),

@@ -14,11 +14,13 @@ class CSeqSim;
 
 namespace tavrel::views {
 
+class EditHistory;
+
 class CPatternEditView : public QWidget {
     Q_OBJECT
 public:
     // `seq` may be null (no preview).
-    CPatternEditView(CSeqSim* seq, QWidget* parent = nullptr);
+    CPatternEditView(CSeqSim* seq, EditHistory& history, QWidget* parent = nullptr);
 
     // Shows the current pattern afresh.
     void update();
@@ -33,6 +35,7 @@ private:
     void showPlayState();
 
     CSeqSim* mSeq;
+    EditHistory& mHistory;
     bool mPlaying = false;
     QLabel* mTitle;
     QLabel* mDetail;

@@ -18,7 +18,8 @@ QString CPtnEditTableView::kitName(std::int32_t kit) {
     return QString::number(kit + 1);
 }
 
-CPtnEditTableView::CPtnEditTableView(QWidget* parent) : QTreeWidget(parent) {
+CPtnEditTableView::CPtnEditTableView(EditHistory& history, QWidget* parent)
+    : QTreeWidget(parent), mHistory(history) {
     setObjectName("patternList");
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setRootIsDecorated(false);

@@ -9,16 +9,21 @@
 
 namespace tavrel::views {
 
+class EditHistory;
+
 class CPtnEditTableView : public QTreeWidget {
     Q_OBJECT
 public:
-    explicit CPtnEditTableView(QWidget* parent = nullptr);
+    explicit CPtnEditTableView(EditHistory& history, QWidget* parent = nullptr);
 
     // Shows the collection afresh and selects its current pattern.
     void reloadData();
     std::set<std::int32_t> selectedRowIndexes() const;
     // The kit's name as the unit reported it, else its number from 1.
     static QString kitName(std::int32_t kit);
+
+private:
+    EditHistory& mHistory;
 };
 
 }  // namespace tavrel::views
