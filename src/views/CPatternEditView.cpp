@@ -5,17 +5,13 @@
 #include "model/Context.h"
 #include "playback/CSeqSim.h"
 #include "views/CPtnEditTableView.h"
+#include "views/VariationColors.h"
 
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
 namespace tavrel::views {
-
-namespace {
-constexpr const char* kVariationNames[] = {"Intro", "Verse",  "Verse Fill", "Chorus", "Chorus Fill",
-                                           "C",     "C Fill", "D",          "D Fill", "Ending"};
-}
 
 CPatternEditView::CPatternEditView(CSeqSim* seq, EditHistory& history, QWidget* parent)
     : QWidget(parent),
@@ -54,7 +50,7 @@ void CPatternEditView::update() {
     const int variation = patterns.getCurVairationNum();
     mTitle->setText(QString::fromStdString(pattern->getName()).trimmed());
     mDetail->setText(QString("%1    Kit: %2    %3 bpm    %4/%5")
-                         .arg(kVariationNames[variation >= 0 && variation < 10 ? variation : 0])
+                         .arg(VariationColors::name(variation))
                          .arg(CPtnEditTableView::kitName(pattern->getKitNum()))
                          .arg(pattern->getTempo())
                          .arg(pattern->getNume())
