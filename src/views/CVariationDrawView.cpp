@@ -76,7 +76,11 @@ bool CVariationDrawView::isFill() const {
 }
 
 void CVariationDrawView::choosePhrase() {
-    if (mEdgeFlag != kIdle) return;
+    if (mEdgeFlag == kIdle) pickPhrase();
+    mSelectedRect = windowRect();
+}
+
+void CVariationDrawView::pickPhrase() {
     mPattern = Context::current().patterns().getCurPattarn();
     mPhase = mPattern ? mPattern->getPhraseAtVariation(mVari) : nullptr;
     // The pane of the playing variation shows what plays, which may still be another
@@ -89,11 +93,14 @@ void CVariationDrawView::choosePhrase() {
             mPhase = std::move(phrase);
         }
     }
-    mSelectedRect = QRectF();
+}
+
+QRectF CVariationDrawView::windowRect() const {
     const std::int32_t total = mPhase ? mPhase->getTotalBars() : 0;
-    if (total <= 0) return;
+    if (total <= 0) return {};
     const double barWidth = static_cast<double>(width()) / total;
-    mSelectedRect = QRectF(mPhase->getFrom() * barWidth, 0, mPhase->getBars() * barWidth, height());
+    return {mPhase->getFrom() * barWidth, 0, mPhase->getBars() * barWidth,
+            static_cast<double>(height())};
 }
 
 void CVariationDrawView::paintEvent(QPaintEvent* /*event*/) {

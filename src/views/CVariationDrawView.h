@@ -44,9 +44,11 @@ protected:
 private:
     enum Edge : std::int32_t { kIdle = 0, kLeft = 1, kRight = 2, kMiddle = 3 };
 
-    // Takes the phrase to show and where its window lies; while a drag lasts the phrase
-    // stays the one being dragged.
+    // Takes the phrase to show (while a drag lasts, the one being dragged) and where its
+    // window lies.
     void choosePhrase();
+    void pickPhrase();
+    QRectF windowRect() const;
     // While idle, rebuilds the hit regions from the window as it is now; in every state,
     // sets the cursor for the drag under way or for the region under `pos`.
     void resetCursorRects(QPointF pos);

@@ -115,13 +115,25 @@ TEST_F(VariationPaneTest, DraggingTheWindowFollowsItsEdgeOrMiddleAndUndoesInOneS
     }
 }
 
-TEST_F(VariationPaneTest, WhileDraggingTheMiddleTheHandIsClosed) {
+TEST_F(VariationPaneTest, WhileDraggingTheHandIsClosedAndTheWindowDrawnFollows) {
     pane(1, 8, 2, 3);
+    const auto filled = [this](double bar) {
+        const QImage image = strip().grab().toImage();
+        const QPoint p = at(x(bar)) * image.devicePixelRatio();
+        return image.pixelColor(p) != strip().palette().color(QPalette::Base);
+    };
+    EXPECT_FALSE(filled(5.5));
     QTest::mousePress(&strip(), Qt::LeftButton, {}, at(x(3.5)));
     EXPECT_EQ(strip().cursor().shape(), Qt::ClosedHandCursor);
-    QTest::mouseRelease(&strip(), Qt::LeftButton, {}, at(x(3.5)));
+    QTest::mouseMove(&strip(), at(x(4.5)));
+    QTest::mouseMove(&strip(), at(x(5.5)));
+    EXPECT_TRUE(filled(5.5));
+    EXPECT_FALSE(filled(2.5));
+    QTest::mouseRelease(&strip(), Qt::LeftButton, {}, at(x(5.5)));
     EXPECT_EQ(strip().cursor().shape(), Qt::OpenHandCursor);
-    EXPECT_EQ(history.stack().count(), 0);  // a click is no edit
+    history.stack().undo();
+    QTest::mouseClick(&strip(), Qt::LeftButton, {}, at(x(3.5)));
+    EXPECT_EQ(history.stack().count(), 1);  // a click is no edit
 }
 
 TEST_F(VariationPaneTest, AOneBarPhrasePlayedWholeHasNothingToDrag) {
