@@ -22,6 +22,7 @@ namespace tavrel::views {
 namespace {
 
 constexpr int kMaxBars = 9999;
+constexpr int kShownDigits = 3;  // a phrase of a thousand bars is rare; its start scrolls
 
 std::shared_ptr<CPtnDataMgr> currentPattern() {
     return Context::current().patterns().getCurPattarn();
@@ -42,7 +43,7 @@ QLineEdit* numberField(const char* name, QWidget* parent) {
     field->setValidator(new QIntValidator(0, kMaxBars, field));
     field->setAlignment(Qt::AlignRight);
     const QFontMetrics metrics = field->fontMetrics();
-    field->setFixedWidth(metrics.horizontalAdvance(QString::number(kMaxBars)) +
+    field->setFixedWidth(metrics.horizontalAdvance(QString(kShownDigits, '0')) +
                          metrics.averageCharWidth() * 2);
     return field;
 }
