@@ -8,6 +8,7 @@
 #include "views/VariationColors.h"
 #include "views/VariationWindow.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -238,11 +239,36 @@ void CVariationDrawView::mouseReleaseEvent(QMouseEvent* event) {
     }
     const bool moved = mEdgeFlag == kMiddle || isFill();
     mEdgeFlag = kIdle;
+    record(moved, {mFromBack, mToBack - mFromBack});
+    resetCursorRects(event->position());
+}
+
+void CVariationDrawView::keyPressEvent(QKeyEvent* event) {
+    const int key = event->key();
+    const bool resize = event->modifiers() == Qt::ShiftModifier;
+    if (mEdgeFlag != kIdle || (key != Qt::Key_Left && key != Qt::Key_Right) ||
+        (event->modifiers() != Qt::NoModifier && !resize) || (resize && isFill())) {
+        QWidget::keyPressEvent(event);  // the window's keys (variations, play) pass on
+        return;
+    }
+    choosePhrase();
+    if (!mPhase || mPhase->getTotalBars() <= 0) return;
+    const VariationWindow before = VariationWindow::of(*mPhase);
+    const std::int32_t step = key == Qt::Key_Left ? -1 : 1;
+    // The same rules as dragging: a window stays inside the phrase and at least a bar long.
+    if (resize && before.bars + step >= 1) {
+        mPhase->setBars(before.bars + step);
+    } else if (!resize && before.from + step >= 0) {
+        mPhase->setFrom(before.from + step);
+    }
+    record(!resize, before);
+}
+
+void CVariationDrawView::record(bool moved, VariationWindow before) {
     recordWindowChange(
         mHistory,
         QString(moved ? "Move %1 Window" : "Resize %1 Window").arg(VariationColors::name(mVari)),
-        mPattern, mVari, {mFromBack, mToBack - mFromBack});
-    resetCursorRects(event->position());
+        mPattern, mVari, before);
     QWidget::update();
 }
 

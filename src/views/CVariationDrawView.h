@@ -1,7 +1,9 @@
 // The strip of one variation's pane: the variation's whole phrase as bars, with its played
 // window as a coloured rectangle that the user drags by its edges (to resize) or its middle
-// (to move). The fills keep their length: they move but never resize.
+// (to move), or with the arrow keys. The fills keep their length: they move but never resize.
 #pragma once
+
+#include "views/VariationWindow.h"
 
 #include <QRectF>
 #include <QWidget>
@@ -40,6 +42,8 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    // Left and Right move the window a bar; with Shift they move its end.
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     enum Edge : std::int32_t { kIdle = 0, kLeft = 1, kRight = 2, kMiddle = 3 };
@@ -53,6 +57,8 @@ private:
     // sets the cursor for the drag under way or for the region under `pos`.
     void resetCursorRects(QPointF pos);
     void drag(std::int32_t bar);
+    // Records the change of the window from `before` as one step of the edit history.
+    void record(bool moved, VariationWindow before);
     bool isFill() const;
 
     CSeqSim* mSeq;

@@ -116,6 +116,30 @@ TEST_F(VariationPaneTest, DraggingAnEdgeOrTheMiddleMovesTheWindowAsOneStep) {
     }
 }
 
+TEST_F(VariationPaneTest, ArrowKeysMoveTheWindowOrWithShiftItsEnd) {
+    const struct {
+        std::int32_t vari;
+        Window start;
+        Qt::Key key;
+        Qt::KeyboardModifiers modifiers;
+        Window expected;
+    } cases[] = {
+        {1, {2, 3}, Qt::Key_Left, {}, {1, 3}},
+        {1, {0, 3}, Qt::Key_Left, {}, {0, 3}},
+        {1, {5, 3}, Qt::Key_Right, {}, {6, 2}},
+        {1, {2, 3}, Qt::Key_Right, Qt::ShiftModifier, {2, 4}},
+        {1, {2, 1}, Qt::Key_Left, Qt::ShiftModifier, {2, 1}},
+        {2, {2, 3}, Qt::Key_Right, Qt::ShiftModifier, {2, 3}},
+        {1, {2, 3}, Qt::Key_Right, Qt::ControlModifier, {2, 3}},
+    };
+    for (const auto& c : cases) {
+        pane(c.vari, 8, c.start);
+        QTest::keyClick(&strip(), c.key, c.modifiers);
+        EXPECT_EQ(window(), c.expected) << c.vari << " " << c.key << " " << c.modifiers;
+        expectOneStep(c.start, c.expected);
+    }
+}
+
 TEST_F(VariationPaneTest, WhileDraggingTheHandIsClosedAndTheWindowDrawnFollows) {
     pane(1, 8);
     const auto filled = [this](double bar) {
