@@ -252,14 +252,18 @@ void CVariationDrawView::keyPressEvent(QKeyEvent* event) {
         return;
     }
     choosePhrase();
-    if (!mPhase || mPhase->getTotalBars() <= 0) return;
+    if (!mPhase) return;
+    const std::int32_t total = mPhase->getTotalBars();
     const VariationWindow before = VariationWindow::of(*mPhase);
     const std::int32_t step = key == Qt::Key_Left ? -1 : 1;
-    // The same rules as dragging: a window stays inside the phrase and at least a bar long.
-    if (resize && before.bars + step >= 1) {
-        mPhase->setBars(before.bars + step);
-    } else if (!resize && before.from + step >= 0) {
-        mPhase->setFrom(before.from + step);
+    // A window stays inside the phrase and at least a bar long; a move to the right may
+    // shorten it at the end, as dragging does.
+    if (resize) {
+        const std::int32_t bars = before.bars + step;
+        if (bars >= 1 && before.from + bars <= total) mPhase->setBars(bars);
+    } else {
+        const std::int32_t from = before.from + step;
+        if (from >= 0 && from < total) mPhase->setFrom(from);
     }
     record(!resize, before);
 }
