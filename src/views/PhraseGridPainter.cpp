@@ -1,0 +1,160 @@
+#include "views/PhraseGridPainter.h"
+
+#include "views/PhraseGeometry.h"
+#include "views/PhraseScene.h"
+#include "views/VariationColors.h"
+
+#include <QFontMetricsF>
+#include <QPainter>
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <vector>
+
+namespace tavrel::views {
+
+namespace {
+
+constexpr double kMinTextPixels = 7;
+constexpr double kMinBeatSpacing = 5;  // beat lines closer than this are left out
+constexpr int kShades = 16;            // velocities are drawn in this many shades
+
+struct Painter {
+    QPainter& p;
+    const PhraseScene& scene;
+    const PhraseGeometry& g;
+    const QPalette& palette;
+    const QFont& font;
+
+    void labels(const QRectF& first, double step, int count, double height,
+                const std::function<QString(int)>& text) const {
+        const auto small = PhraseGridPainter::fitFont(font, height);
+        if (!small) return;
+        p.setFont(*small);
+        p.setPen(palette.color(QPalette::Text));
+        for (int i = 0; i < count; ++i) {
+            const QRectF r(4, first.top() + i * step, g.gutter() - 8, height);
+            p.drawText(r, Qt::AlignVCenter | Qt::AlignLeft, text(i));
+        }
+    }
+
+    void ruler() const {
+        const QRectF r = g.ruler();
+        p.fillRect(QRectF(0, 0, r.right() + 10, r.height()), palette.color(QPalette::Window));
+        const double barWidth = g.width(scene.barTicks());
+        const int bars = (scene.axisTicks() + scene.barTicks() - 1) / scene.barTicks();
+        p.setFont(font);
+        const QFontMetricsF fm(font);
+        // Number every bar, or every 2nd, 4th, ... when the numbers would run into each other.
+        int every = 1;
+        while (every * barWidth < fm.horizontalAdvance(QString::number(bars)) + 6 && every < bars)
+            every *= 2;
+        const QColor text = palette.color(QPalette::WindowText);
+        const QColor tick = PhraseGridPainter::blend(palette.color(QPalette::Window), text, 0.5);
+        const bool beats = g.width(scene.beatTicks()) >= kMinBeatSpacing;
+        for (int bar = 0; bar < bars; ++bar) {
+            const double x = g.x(double(bar) * scene.barTicks());
+            p.fillRect(QRectF(x, r.top(), 1, r.height()), bar % every == 0 ? text : tick);
+            if (bar % every == 0) {
+                p.setPen(text);
+                p.drawText(QRectF(x + 3, r.top(), barWidth * every - 3, r.height() - 2),
+                           Qt::AlignLeft | Qt::AlignVCenter, QString::number(bar + 1));
+            }
+            for (int t = scene.beatTicks(); beats && t < scene.barTicks(); t += scene.beatTicks())
+                p.fillRect(QRectF(g.x(double(bar) * scene.barTicks() + t), r.bottom() - 4, 1, 4),
+                           tick);
+        }
+        p.fillRect(QRectF(0, r.bottom() - 1, r.right() + 10, 1), tick);
+    }
+
+    void rowsAndLanes() const {
+        p.fillRect(QRectF(0, g.ruler().bottom(), g.gutter(), g.grid().bottom()),
+                   palette.color(QPalette::Window));
+        const QColor alternate = palette.color(QPalette::AlternateBase);
+        for (int v = 0; v < PhraseScene::kVariations; ++v) {
+            const QRectF row = g.row(v);
+            p.fillRect(
+                QRectF(row.left(), row.top() + 1, g.width(scene.length(v)), row.height() - 2),
+                alternate);
+        }
+        labels(g.row(0), g.rowHeight(), PhraseScene::kVariations, g.rowHeight(),
+               [](int v) { return VariationColors::name(v); });
+        const auto& lanes = scene.lanes().lanes();
+        for (std::size_t i = 1; i < lanes.size(); i += 2)
+            p.fillRect(g.lane(static_cast<int>(i)), alternate);
+        labels(g.lane(0), g.laneHeight(), static_cast<int>(lanes.size()), g.laneHeight(),
+               [&](int i) { return lanes[static_cast<std::size_t>(i)].name; });
+    }
+
+    void barLines() const {
+        const QColor base = palette.color(QPalette::Base);
+        const QColor bar = PhraseGridPainter::blend(base, palette.color(QPalette::Text), 0.35);
+        const QColor beat = PhraseGridPainter::blend(base, palette.color(QPalette::Text), 0.12);
+        const double top = g.band().top();
+        const double height = std::max(g.grid().bottom(), g.band().bottom()) - top;
+        const bool beats = g.width(scene.beatTicks()) >= kMinBeatSpacing;
+        for (std::int32_t t = 0; t <= scene.axisTicks(); t += scene.beatTicks()) {
+            const bool isBar = t % scene.barTicks() == 0;
+            if (isBar || beats) p.fillRect(QRectF(g.x(t), top, 1, height), isBar ? bar : beat);
+        }
+    }
+
+    void hits() const {
+        std::array<std::vector<QRectF>, kShades> byShade;
+        const double width = std::clamp(g.width(24) * 0.6, 1.5, 6.0);  // most of a sixteenth
+        const double height = std::max(g.laneHeight() * 0.7, 2.0);
+        for (const DrumLanes::Hit& h : scene.lanes().hits()) {
+            const QRectF lane = g.lane(h.lane);
+            const int shade = std::clamp(h.velocity * kShades / 128, 0, kShades - 1);
+            byShade[static_cast<std::size_t>(shade)].emplace_back(
+                g.x(h.tick), lane.center().y() - height / 2, width, height);
+        }
+        p.setPen(Qt::NoPen);
+        const QColor base = palette.color(QPalette::Base);
+        const QColor text = palette.color(QPalette::Text);
+        for (int s = 0; s < kShades; ++s) {
+            const auto& rects = byShade[static_cast<std::size_t>(s)];
+            if (rects.empty()) continue;
+            // Soft notes fade towards the background, hard ones are drawn in full text colour.
+            p.setBrush(PhraseGridPainter::blend(base, text, 0.25 + 0.75 * (s + 1) / kShades));
+            p.drawRects(rects.data(), static_cast<int>(rects.size()));
+        }
+    }
+};
+
+}  // namespace
+
+QPixmap PhraseGridPainter::paint(const PhraseScene& scene, const PhraseGeometry& geometry,
+                                 const QPalette& palette, const QFont& font, QSize size,
+                                 qreal dpr) {
+    QPixmap pixmap(size * dpr);
+    pixmap.setDevicePixelRatio(dpr);
+    pixmap.fill(palette.color(QPalette::Base));
+    QPainter p(&pixmap);
+    const Painter painter{p, scene, geometry, palette, font};
+    painter.ruler();
+    painter.rowsAndLanes();
+    painter.barLines();
+    painter.hits();
+    return pixmap;
+}
+
+std::optional<QFont> PhraseGridPainter::fitFont(const QFont& base, double height) {
+    QFont font = base;
+    const double natural = QFontMetricsF(base).height();
+    if (natural > height) {
+        if (height < kMinTextPixels) return std::nullopt;
+        // A line is about 1.2 times the font's pixel size.
+        font.setPixelSize(std::max(static_cast<int>(height / 1.2), 1));
+    }
+    return font;
+}
+
+QColor PhraseGridPainter::blend(const QColor& from, const QColor& to, double t) {
+    auto mix = [t](float a, float b) { return static_cast<float>(a + (b - a) * t); };
+    return QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()),
+                            mix(from.blueF(), to.blueF()), mix(from.alphaF(), to.alphaF()));
+}
+
+}  // namespace tavrel::views
