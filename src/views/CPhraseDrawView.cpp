@@ -74,6 +74,16 @@ QRect CPhraseDrawView::playStrip(double x) const {
     return {left, 0, 2 * kStripHalfWidth + 1, height()};
 }
 
+QFont CPhraseDrawView::labelFont() const {
+    QFont small = font();
+    if (small.pointSizeF() > 0) {
+        small.setPointSizeF(small.pointSizeF() * 0.85);
+    } else {
+        small.setPixelSize(std::max(small.pixelSize() * 85 / 100, 6));
+    }
+    return small;
+}
+
 void CPhraseDrawView::invalidate() {
     mGeometryValid = false;
     mGrid = QPixmap();
@@ -108,7 +118,7 @@ void CPhraseDrawView::refresh() {
         mGeometryValid = false;
     }
     if (!mGeometryValid) {
-        const QFontMetricsF fm(font());
+        const QFontMetricsF fm(labelFont());
         double gutter = 0;
         for (int v = 0; v < VariationColors::kCount; ++v)
             gutter = std::max(gutter, fm.horizontalAdvance(VariationColors::name(v)));
@@ -122,7 +132,7 @@ void CPhraseDrawView::refresh() {
     }
     const qreal dpr = devicePixelRatioF();
     if (mGrid.isNull() || mGrid.devicePixelRatio() != dpr)
-        mGrid = PhraseGridPainter::paint(mScene, mGeometry, palette(), font(), size(), dpr);
+        mGrid = PhraseGridPainter::paint(mScene, mGeometry, palette(), labelFont(), size(), dpr);
 }
 
 void CPhraseDrawView::paintEvent(QPaintEvent* event) {
@@ -168,7 +178,7 @@ void CPhraseDrawView::paintWindows(QPainter& p) const {
         p.fillRect(window, colour);
         p.fillRect(QRectF(0, row.top(), g.gutter() - 2, row.height()),
                    palette().color(QPalette::Highlight));
-        if (const auto font = PhraseGridPainter::fitFont(this->font(), row.height())) {
+        if (const auto font = PhraseGridPainter::fitFont(labelFont(), row.height())) {
             p.setFont(*font);
             p.setPen(palette().color(QPalette::HighlightedText));
             p.drawText(QRectF(4, row.top(), g.gutter() - 8, row.height()),
@@ -182,9 +192,10 @@ void CPhraseDrawView::paintWindows(QPainter& p) const {
                    veil);
         p.fillRect(QRectF(window.right(), grid.top(), grid.right() - window.right(), grid.height()),
                    veil);
-        colour.setAlphaF(0.12F);
+        colour.setAlphaF(0.08F);
         p.fillRect(QRectF(window.left(), grid.top(), window.width(), grid.height()), colour);
         colour.setAlphaF(1.0F);
+        colour = PhraseGridPainter::blend(colour, palette().color(QPalette::Text), 0.3);
         p.fillRect(QRectF(window.left(), row.top(), 1, grid.bottom() - row.top()), colour);
         p.fillRect(QRectF(window.right() - 1, row.top(), 1, grid.bottom() - row.top()), colour);
     }

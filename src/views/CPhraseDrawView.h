@@ -47,6 +47,8 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    // Names and bar numbers are set a little smaller than the window's text.
+    QFont labelFont() const;
     void invalidate();
     void refresh();
     void paintWindows(QPainter& p) const;

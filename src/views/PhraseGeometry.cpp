@@ -18,7 +18,7 @@ constexpr double kMinLane = 3;
 
 PhraseGeometry::PhraseGeometry(QSizeF size, double textHeight, double gutter, int laneCount,
                                std::int32_t axisTicks)
-    : mGutter(std::min(gutter, size.width() * 0.4)) {
+    : mGutter(std::min(gutter, size.width() * 0.3)) {
     const double left = mGutter;
     const double width = std::max(size.width() - left - kRightMargin, 1.0);
     const double rulerHeight = textHeight + 6;

@@ -18,6 +18,7 @@ namespace {
 
 constexpr double kMinTextPixels = 7;
 constexpr double kMinBeatSpacing = 5;  // beat lines closer than this are left out
+constexpr double kMinBarSpacing = 8;   // and bar lines closer than this thinned out
 constexpr int kShades = 16;            // velocities are drawn in this many shades
 
 struct Painter {
@@ -39,29 +40,38 @@ struct Painter {
         }
     }
 
+    int bars() const { return (scene.axisTicks() + scene.barTicks() - 1) / scene.barTicks(); }
+    double barX(int bar) const { return g.x(double(bar) * scene.barTicks()); }
+    bool beatsShown() const { return g.width(scene.beatTicks()) >= kMinBeatSpacing; }
+    // Every bar, or every 2nd, 4th, ... bar, whichever first leaves `spacing` pixels between.
+    int barStep(double spacing) const {
+        int step = 1;
+        while (step * g.width(scene.barTicks()) < spacing && step < bars()) step *= 2;
+        return step;
+    }
+
     void ruler() const {
         const QRectF r = g.ruler();
         p.fillRect(QRectF(0, 0, r.right() + 10, r.height()), palette.color(QPalette::Window));
-        const double barWidth = g.width(scene.barTicks());
-        const int bars = (scene.axisTicks() + scene.barTicks() - 1) / scene.barTicks();
         p.setFont(font);
-        const QFontMetricsF fm(font);
-        // Number every bar, or every 2nd, 4th, ... when the numbers would run into each other.
-        int every = 1;
-        while (every * barWidth < fm.horizontalAdvance(QString::number(bars)) + 6 && every < bars)
-            every *= 2;
+        const int lineStep = barStep(kMinBarSpacing);
+        const int numberStep = std::max(
+            barStep(QFontMetricsF(font).horizontalAdvance(QString::number(bars())) + 6), lineStep);
         const QColor text = palette.color(QPalette::WindowText);
         const QColor tick = PhraseGridPainter::blend(palette.color(QPalette::Window), text, 0.5);
-        const bool beats = g.width(scene.beatTicks()) >= kMinBeatSpacing;
-        for (int bar = 0; bar < bars; ++bar) {
-            const double x = g.x(double(bar) * scene.barTicks());
-            p.fillRect(QRectF(x, r.top(), 1, r.height()), bar % every == 0 ? text : tick);
-            if (bar % every == 0) {
-                p.setPen(text);
-                p.drawText(QRectF(x + 3, r.top(), barWidth * every - 3, r.height() - 2),
+        p.setPen(text);
+        for (int bar = 0; bar < bars(); bar += lineStep) {
+            const double x = barX(bar);
+            const bool numbered = bar % numberStep == 0;
+            const double top = numbered ? r.top() : r.bottom() - 8;
+            p.fillRect(QRectF(x, top, 1, r.bottom() - top), numbered ? text : tick);
+            if (numbered &&
+                x + 3 + p.fontMetrics().horizontalAdvance(QString::number(bar + 1)) <= r.right()) {
+                p.drawText(QRectF(x + 3, r.top(), barX(bar + numberStep) - x - 3, r.height() - 2),
                            Qt::AlignLeft | Qt::AlignVCenter, QString::number(bar + 1));
             }
-            for (int t = scene.beatTicks(); beats && t < scene.barTicks(); t += scene.beatTicks())
+            for (int t = scene.beatTicks(); beatsShown() && t < scene.barTicks();
+                 t += scene.beatTicks())
                 p.fillRect(QRectF(g.x(double(bar) * scene.barTicks() + t), r.bottom() - 4, 1, 4),
                            tick);
         }
@@ -69,8 +79,7 @@ struct Painter {
     }
 
     void rowsAndLanes() const {
-        p.fillRect(QRectF(0, g.ruler().bottom(), g.gutter(), g.grid().bottom()),
-                   palette.color(QPalette::Window));
+        p.fillRect(QRectF(0, g.ruler().bottom(), g.gutter(), 1e6), palette.color(QPalette::Window));
         const QColor alternate = palette.color(QPalette::AlternateBase);
         for (int v = 0; v < PhraseScene::kVariations; ++v) {
             const QRectF row = g.row(v);
@@ -93,10 +102,12 @@ struct Painter {
         const QColor beat = PhraseGridPainter::blend(base, palette.color(QPalette::Text), 0.12);
         const double top = g.band().top();
         const double height = std::max(g.grid().bottom(), g.band().bottom()) - top;
-        const bool beats = g.width(scene.beatTicks()) >= kMinBeatSpacing;
-        for (std::int32_t t = 0; t <= scene.axisTicks(); t += scene.beatTicks()) {
-            const bool isBar = t % scene.barTicks() == 0;
-            if (isBar || beats) p.fillRect(QRectF(g.x(t), top, 1, height), isBar ? bar : beat);
+        const int step = barStep(kMinBarSpacing);
+        for (int b = 0; b <= bars(); b += step) {
+            p.fillRect(QRectF(barX(b), top, 1, height), bar);
+            for (int t = scene.beatTicks(); beatsShown() && b < bars() && t < scene.barTicks();
+                 t += scene.beatTicks())
+                p.fillRect(QRectF(g.x(double(b) * scene.barTicks() + t), top, 1, height), beat);
         }
     }
 

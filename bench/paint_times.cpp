@@ -1,0 +1,271 @@
+// How long the desktop program takes to repaint while the user drags a variation's window:
+// it runs offscreen against the simulated unit with 50 patterns loaded from MIDI files made
+// here, the current one at the 9,999-record cap, with the preview playing. Each step of the
+// drag changes the window as the variation pane does (through setFrom and setBars, and with
+// the mouse on the pane when the window has one), then times a synchronous repaint of the
+// main window and of the pattern picture. Prints percentiles and, last, the worse of the two
+// 99th percentiles as "paint p99: N ms"; the goal is one frame, 16 ms.
+//
+//   paint_times [--steps N] [--grab DIR]   (DIR: PNGs of the window and the picture)
+#include "app/AppDelegate.h"
+#include "app/AppOptions.h"
+#include "app/AppSession.h"
+#include "app/CPtnEditViewController.h"
+#include "app/DarkPalette.h"
+#include "device/LinkRunner.h"
+#include "files/CFileDataMgr.h"
+#include "model/CEditNotify.h"
+#include "model/CPatternMgr.h"
+#include "model/CPhraseData.h"
+#include "model/CPtnDataMgr.h"
+#include "model/Context.h"
+#include "model/Log.h"
+#include "playback/CSeqSim.h"
+#include "views/CPhraseDrawView.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QMouseEvent>
+#include <QTemporaryDir>
+#include <QWindow>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+constexpr int kPatterns = 50;
+constexpr int kLargest = 17;  // row of the pattern at the record cap
+
+void putVlq(Bytes& out, std::uint32_t v) {
+    Bytes groups{static_cast<std::uint8_t>(v & 0x7F)};
+    while ((v >>= 7) != 0)
+        groups.insert(groups.begin(), static_cast<std::uint8_t>(0x80 | (v & 0x7F)));
+    out.insert(out.end(), groups.begin(), groups.end());
+}
+
+// A format-0 file at 480 a quarter note: `steps` sixteenths of a groove over `keys` drum keys,
+// two or three hits a step, note-offs as velocity-0 note-ons under running status.
+Bytes groove(int steps, int keys, int seed) {
+    static const std::uint8_t kKeys[] = {36, 42, 38, 46, 44, 49, 51, 45, 48, 50, 39, 56, 54, 37};
+    Bytes track = {0x00, 0xFF, 0x51, 0x03, 0x07, 0xA1, 0x20};
+    bool status = false;
+    auto event = [&](std::uint32_t delta, std::uint8_t key, std::uint8_t velocity) {
+        putVlq(track, delta);
+        if (!status) track.push_back(0x99);  // then running status
+        status = true;
+        track.insert(track.end(), {key, velocity});
+    };
+    auto key = [&](int step, int h) { return kKeys[(step * 5 + h * 3 + seed) % keys]; };
+    std::uint32_t wait = 0;
+    for (int step = 0; step < steps; ++step) {
+        const int hits = 2 + (step + seed) % 2;
+        for (int h = 0; h < hits; ++h)
+            event(h == 0 ? wait : 0, key(step, h),
+                  static_cast<std::uint8_t>(40 + (step * 13 + h * 29) % 88));
+        for (int h = 0; h < hits; ++h) event(h == 0 ? 60 : 0, key(step, h), 0);
+        wait = 60;
+    }
+    putVlq(track, wait);
+    track.insert(track.end(), {0xFF, 0x2F, 0x00});
+    Bytes file = {'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, 0, 0, 1, 0x01, 0xE0, 'M', 'T', 'r', 'k'};
+    const auto n = static_cast<std::uint32_t>(track.size());
+    file.insert(file.end(), {static_cast<std::uint8_t>(n >> 24), static_cast<std::uint8_t>(n >> 16),
+                             static_cast<std::uint8_t>(n >> 8), static_cast<std::uint8_t>(n)});
+    file.insert(file.end(), track.begin(), track.end());
+    return file;
+}
+
+bool runUntil(const std::function<bool()>& done, int limitMs = 30000) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!done()) {
+        if (clock.elapsed() > limitMs) return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+    }
+    return true;
+}
+
+// Milliseconds of one synchronous repaint, the events it leaves behind handled first.
+double timedRepaint(QWidget& widget) {
+    QCoreApplication::processEvents();
+    const auto start = std::chrono::steady_clock::now();
+    widget.repaint();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+        .count();
+}
+
+struct Times {
+    std::vector<double> ms;
+    double percentile(double p) const {
+        if (ms.empty()) return 0;
+        std::vector<double> sorted = ms;
+        std::sort(sorted.begin(), sorted.end());
+        const auto i =
+            static_cast<std::size_t>(p / 100.0 * static_cast<double>(sorted.size() - 1) + 0.5);
+        return sorted[std::min(i, sorted.size() - 1)];
+    }
+    void print(const char* name) const {
+        std::printf("%-28s %5zu paints  p50 %6.2f  p90 %6.2f  p99 %6.2f  max %6.2f ms\n", name,
+                    ms.size(), percentile(50), percentile(90), percentile(99), percentile(100));
+    }
+};
+
+// The strip a variation pane lets the user drag, when the window has panes.
+QWidget* dragStrip(QWidget& window, int vari) {
+    auto* pane = window.findChild<QWidget*>(QString("variation%1").arg(vari));
+    if (pane == nullptr) return nullptr;
+    for (auto* child : pane->findChildren<QWidget*>()) {
+        if (QString(child->metaObject()->className()).endsWith("CVariationDrawView")) return child;
+    }
+    return nullptr;
+}
+
+void mouse(QWidget& strip, QEvent::Type type, QPointF at) {
+    const Qt::MouseButtons held =
+        type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+    QMouseEvent event(type, at, strip.mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
+    QCoreApplication::sendEvent(&strip, &event);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    tavrel::app::DarkPalette::applyIfAsked(application);
+    tavrel::Log::setSink([](std::string_view, std::string_view) {});
+    int steps = 300;
+    QString grabDir;
+    const QStringList args = QApplication::arguments();
+    for (int i = 1; i + 1 < args.size(); i += 2) {
+        if (args[i] == "--steps") steps = std::max(args[i + 1].toInt(), 10);
+        if (args[i] == "--grab") grabDir = args[i + 1];
+    }
+
+    QTemporaryDir storage;
+    QTemporaryDir midiFolder;
+    QString error;
+    const auto options =
+        tavrel::app::AppOptions::parse({"--simulate", "--sim-storage", storage.path()}, error);
+    tavrel::Context context;
+    tavrel::app::AppSession session(*options);
+    tavrel::app::AppDelegate delegate(session);
+    tavrel::app::CPtnEditViewController window(session, delegate);
+    auto& patterns = context.patterns();
+    window.resize(1280, 800);
+    window.show();
+    if (!runUntil([&] {
+            return patterns.getActive() && !session.steps()->busy() &&
+                   window.windowTitle().startsWith("Tavrel [");
+        })) {
+        std::fprintf(stderr, "paint_times: the simulated unit's patterns never loaded\n");
+        return 1;
+    }
+
+    for (int i = static_cast<int>(patterns.getPtnData().size()); i < kPatterns; ++i) {
+        // The largest holds more notes than a variation keeps: the reader stops at the cap.
+        const Bytes bytes =
+            i == kLargest ? groove(5200, 14, i) : groove(16 + (i * 37) % 240, 4 + i % 10, i);
+        const auto path = std::filesystem::path(midiFolder.path().toStdString()) /
+                          ("groove" + std::to_string(i) + ".mid");
+        std::ofstream(path, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()),
+                   static_cast<std::streamsize>(bytes.size()));
+        if (!tavrel::CFileDataMgr::loadSmf(path)) {
+            std::fprintf(stderr, "paint_times: could not load %s\n", path.c_str());
+            return 1;
+        }
+    }
+    patterns.setCurPatternNum(kLargest);
+    patterns.setCurVariationNum(1);
+    const auto phrase = patterns.getCurPhrase();
+    std::printf("%zu patterns; the current one holds %d records in %d bars\n",
+                patterns.getPtnData().size(), phrase->getSeqDataCount(), phrase->getTotalBars());
+
+    // The picture in the window, or on its own before the window holds one.
+    auto* picture = window.findChild<tavrel::views::CPhraseDrawView*>();
+    std::unique_ptr<tavrel::views::CPhraseDrawView> own;
+    if (picture == nullptr) {
+        own = std::make_unique<tavrel::views::CPhraseDrawView>(session.sequencer());
+        own->resize(1000, 420);
+        own->show();
+        picture = own.get();
+        std::printf("(the window holds no pattern picture: timing one of its own)\n");
+    }
+    runUntil([&] {
+        return picture->window()->windowHandle() != nullptr &&
+               picture->window()->windowHandle()->isExposed();
+    });
+    Times cold;
+    for (int i = 0; i < 20; ++i) {
+        picture->resize(picture->width() + (i % 2 == 0 ? 1 : -1), picture->height());
+        cold.ms.push_back(timedRepaint(*picture));
+    }
+    if (auto* seq = session.sequencer()) seq->play();
+
+    Times windowTimes;
+    Times pictureTimes;
+    auto measure = [&] {
+        windowTimes.ms.push_back(timedRepaint(window));
+        pictureTimes.ms.push_back(timedRepaint(*picture));
+        if (own) own->setNeedsDisplay();
+    };
+    // The middle of the window moves right bar by bar and back, then its right edge.
+    const int total = phrase->getTotalBars();
+    phrase->setFrom(0);
+    phrase->setBars(std::max(total / 4, 1));
+    for (int i = 0; i < steps; ++i) {
+        const int span = std::max(total - phrase->getBars(), 1);
+        const int at = i % (2 * span);
+        if (i < steps / 2) {
+            phrase->setFrom(at < span ? at : 2 * span - at);
+        } else {
+            phrase->setBars(1 + i % total);
+        }
+        measure();
+    }
+    if (QWidget* strip = dragStrip(window, 1)) {
+        const double y = strip->height() / 2.0;
+        auto barX = [&](double bar) {
+            return bar * strip->width() / std::max(phrase->getTotalBars(), 1);
+        };
+        phrase->setFrom(0);
+        phrase->setBars(std::max(total / 4, 1));
+        mouse(*strip, QEvent::MouseButtonPress, {barX(phrase->getBars() / 2.0), y});
+        for (int i = 0; i < steps; ++i) {
+            const double bar = phrase->getBars() / 2.0 + (i % 40) * total / 60.0;
+            mouse(*strip, QEvent::MouseMove, {barX(bar), y});
+            measure();
+        }
+        mouse(*strip, QEvent::MouseButtonRelease, {barX(phrase->getBars() / 2.0), y});
+    } else {
+        std::printf("(no variation pane to drag with the mouse)\n");
+    }
+    // While the preview plays, so that the play line shows.
+    if (!grabDir.isEmpty()) {
+        QDir().mkpath(grabDir);
+        window.grab().save(grabDir + "/window.png");
+        picture->grab().save(grabDir + "/picture.png");
+    }
+    if (auto* seq = session.sequencer()) seq->stop();
+
+    cold.print("picture, notes drawn anew");
+    windowTimes.print("main window, dragging");
+    pictureTimes.print("picture, dragging");
+    tavrel::CEditNotify::clr();
+    window.close();
+    runUntil([&] { return !session.steps()->busy(); });
+    std::printf("paint p99: %.1f ms\n",
+                std::max(windowTimes.percentile(99), pictureTimes.percentile(99)));
+    return 0;
+}
