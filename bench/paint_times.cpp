@@ -7,24 +7,18 @@
 // 99th percentiles as "paint p99: N ms"; the goal is one frame, 16 ms.
 //
 //   paint_times [--steps N] [--grab DIR]   (DIR: PNGs of the window and the picture)
-#include "app/AppDelegate.h"
-#include "app/AppOptions.h"
-#include "app/AppSession.h"
-#include "app/CPtnEditViewController.h"
+#include "SimulatedDesktop.h"
+#include "SmfBytes.h"
 #include "app/DarkPalette.h"
-#include "device/LinkRunner.h"
 #include "files/CFileDataMgr.h"
 #include "model/CEditNotify.h"
-#include "model/CPatternMgr.h"
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
-#include "model/Context.h"
 #include "model/Log.h"
 #include "playback/CSeqSim.h"
 #include "views/CPhraseDrawView.h"
 
 #include <QApplication>
-#include <QDialog>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QMouseEvent>
@@ -33,6 +27,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
@@ -42,16 +37,10 @@
 
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using tavrel::bench::Bytes;
+using tavrel::bench::putVlq;
 constexpr int kPatterns = 50;
 constexpr int kLargest = 17;  // row of the pattern at the record cap
-
-void putVlq(Bytes& out, std::uint32_t v) {
-    Bytes groups{static_cast<std::uint8_t>(v & 0x7F)};
-    while ((v >>= 7) != 0)
-        groups.insert(groups.begin(), static_cast<std::uint8_t>(0x80 | (v & 0x7F)));
-    out.insert(out.end(), groups.begin(), groups.end());
-}
 
 // A format-0 file at 480 a quarter note: `steps` sixteenths of a groove over `keys` drum keys,
 // two or three hits a step, note-offs as velocity-0 note-ons under running status.
@@ -77,22 +66,7 @@ Bytes groove(int steps, int keys, int seed) {
     }
     putVlq(track, wait);
     track.insert(track.end(), {0xFF, 0x2F, 0x00});
-    Bytes file = {'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, 0, 0, 1, 0x01, 0xE0, 'M', 'T', 'r', 'k'};
-    const auto n = static_cast<std::uint32_t>(track.size());
-    file.insert(file.end(), {static_cast<std::uint8_t>(n >> 24), static_cast<std::uint8_t>(n >> 16),
-                             static_cast<std::uint8_t>(n >> 8), static_cast<std::uint8_t>(n)});
-    file.insert(file.end(), track.begin(), track.end());
-    return file;
-}
-
-bool runUntil(const std::function<bool()>& done, int limitMs = 30000) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-        if (clock.elapsed() > limitMs) return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    }
-    return true;
+    return tavrel::bench::format0File(track);
 }
 
 // Milliseconds of one synchronous repaint, the events it leaves behind handled first.
@@ -110,8 +84,8 @@ struct Times {
         if (ms.empty()) return 0;
         std::vector<double> sorted = ms;
         std::sort(sorted.begin(), sorted.end());
-        const auto i =
-            static_cast<std::size_t>(p / 100.0 * static_cast<double>(sorted.size() - 1) + 0.5);
+        const auto i = static_cast<std::size_t>(
+            std::lround(p / 100.0 * static_cast<double>(sorted.size() - 1)));
         return sorted[std::min(i, sorted.size() - 1)];
     }
     void print(const char* name) const {
@@ -152,22 +126,15 @@ int main(int argc, char** argv) {
         if (args[i] == "--grab") grabDir = args[i + 1];
     }
 
-    QTemporaryDir storage;
     QTemporaryDir midiFolder;
-    QString error;
-    const auto options =
-        tavrel::app::AppOptions::parse({"--simulate", "--sim-storage", storage.path()}, error);
-    tavrel::Context context;
-    tavrel::app::AppSession session(*options);
-    tavrel::app::AppDelegate delegate(session);
-    tavrel::app::CPtnEditViewController window(session, delegate);
-    auto& patterns = context.patterns();
+    tavrel::bench::SimulatedDesktop desktop;
+    auto& window = desktop.window;
+    auto& session = desktop.session;
+    auto& patterns = desktop.context.patterns();
+    using tavrel::bench::runUntil;
     window.resize(1280, 800);
     window.show();
-    if (!runUntil([&] {
-            return patterns.getActive() && !session.steps()->busy() &&
-                   window.windowTitle().startsWith("Tavrel [");
-        })) {
+    if (!runUntil([&] { return desktop.loaded(); })) {
         std::fprintf(stderr, "paint_times: the simulated unit's patterns never loaded\n");
         return 1;
     }
@@ -264,7 +231,7 @@ int main(int argc, char** argv) {
     pictureTimes.print("picture, dragging");
     tavrel::CEditNotify::clr();
     window.close();
-    runUntil([&] { return !session.steps()->busy(); });
+    runUntil([&] { return desktop.idle(); });
     std::printf("paint p99: %.1f ms\n",
                 std::max(windowTimes.percentile(99), pictureTimes.percentile(99)));
     return 0;
