@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <functional>
 #include <vector>
 
@@ -28,15 +29,21 @@ struct Painter {
     const QPalette& palette;
     const QFont& font;
 
-    void labels(const QRectF& first, double step, int count, double height,
-                const std::function<QString(int)>& text) const {
+    // A name for every row, or for every 2nd, 3rd, ... row when the rows are too thin to read
+    // one each, with a mark that shows which row it names.
+    void labels(double top, double step, int count, const std::function<QString(int)>& text) const {
+        const int every = std::max(1, static_cast<int>(std::ceil(kMinTextPixels / step)));
+        const double height = std::min(step * every, QFontMetricsF(font).height());
         const auto small = PhraseGridPainter::fitFont(font, height);
         if (!small) return;
         p.setFont(*small);
-        p.setPen(palette.color(QPalette::Text));
-        for (int i = 0; i < count; ++i) {
-            const QRectF r(4, first.top() + i * step, g.gutter() - 8, height);
-            p.drawText(r, Qt::AlignVCenter | Qt::AlignLeft, text(i));
+        const QColor colour = palette.color(QPalette::WindowText);
+        p.setPen(colour);
+        for (int i = 0; i < count; i += every) {
+            const double centre = top + (i + 0.5) * step;
+            p.drawText(QRectF(4, centre - height / 2, g.gutter() - 10, height),
+                       Qt::AlignVCenter | Qt::AlignLeft, text(i));
+            if (every > 1) p.fillRect(QRectF(g.gutter() - 5, centre - 0.5, 4, 1), colour);
         }
     }
 
@@ -87,12 +94,12 @@ struct Painter {
                 QRectF(row.left(), row.top() + 1, g.width(scene.length(v)), row.height() - 2),
                 alternate);
         }
-        labels(g.row(0), g.rowHeight(), PhraseScene::kVariations, g.rowHeight(),
+        labels(g.row(0).top(), g.rowHeight(), PhraseScene::kVariations,
                [](int v) { return VariationColors::name(v); });
         const auto& lanes = scene.lanes().lanes();
         for (std::size_t i = 1; i < lanes.size(); i += 2)
             p.fillRect(g.lane(static_cast<int>(i)), alternate);
-        labels(g.lane(0), g.laneHeight(), static_cast<int>(lanes.size()), g.laneHeight(),
+        labels(g.lane(0).top(), g.laneHeight(), static_cast<int>(lanes.size()),
                [&](int i) { return lanes[static_cast<std::size_t>(i)].name; });
     }
 
