@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <vector>
 
 namespace tavrel::bench {
@@ -18,10 +19,14 @@ inline void putVlq(Bytes& out, std::uint32_t v) {
 
 // A format-0 file at 480 ticks a quarter note holding `track` (its end-of-track included).
 inline Bytes format0File(const Bytes& track) {
-    Bytes file = {'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, 0, 0, 1, 0x01, 0xE0, 'M', 'T', 'r', 'k'};
+    static constexpr std::uint8_t kHeader[] = {'M', 'T', 'h', 'd',  0,    0,   0,   6,   0,
+                                               0,   0,   1,   0x01, 0xE0, 'M', 'T', 'r', 'k'};
+    Bytes file;
+    file.reserve(sizeof kHeader + 4 + track.size());
+    file.assign(std::begin(kHeader), std::end(kHeader));
     const auto n = static_cast<std::uint32_t>(track.size());
-    file.insert(file.end(), {static_cast<std::uint8_t>(n >> 24), static_cast<std::uint8_t>(n >> 16),
-                             static_cast<std::uint8_t>(n >> 8), static_cast<std::uint8_t>(n)});
+    for (int shift = 24; shift >= 0; shift -= 8)
+        file.push_back(static_cast<std::uint8_t>(n >> shift));
     file.insert(file.end(), track.begin(), track.end());
     return file;
 }

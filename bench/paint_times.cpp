@@ -69,9 +69,11 @@ Bytes groove(int steps, int keys, int seed) {
     return tavrel::bench::format0File(track);
 }
 
-// Milliseconds of one synchronous repaint, the events it leaves behind handled first.
-double timedRepaint(QWidget& widget) {
+// Milliseconds of a synchronous repaint of `widget`, after `change` (untimed) and the pending
+// events.
+double timedRepaint(QWidget& widget, const std::function<void()>& change = {}) {
     QCoreApplication::processEvents();
+    if (change) change();
     const auto start = std::chrono::steady_clock::now();
     widget.repaint();
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
@@ -173,10 +175,12 @@ int main(int argc, char** argv) {
         return picture->window()->windowHandle() != nullptr &&
                picture->window()->windowHandle()->isExposed();
     });
+    // The user picks the largest pattern in the list, coming from another one: its lanes,
+    // hits and grid are made anew.
     Times cold;
     for (int i = 0; i < 20; ++i) {
-        picture->resize(picture->width() + (i % 2 == 0 ? 1 : -1), picture->height());
-        cold.ms.push_back(timedRepaint(*picture));
+        patterns.setCurPatternNum(kLargest - 1);
+        cold.ms.push_back(timedRepaint(*picture, [&] { patterns.setCurPatternNum(kLargest); }));
     }
     if (auto* seq = session.sequencer()) seq->play();
 
@@ -226,7 +230,7 @@ int main(int argc, char** argv) {
     }
     if (auto* seq = session.sequencer()) seq->stop();
 
-    cold.print("picture, notes drawn anew");
+    cold.print("picture, pattern chosen");
     windowTimes.print("main window, dragging");
     pictureTimes.print("picture, dragging");
     tavrel::CEditNotify::clr();

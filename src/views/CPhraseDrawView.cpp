@@ -137,7 +137,7 @@ void CPhraseDrawView::refresh() {
 
 void CPhraseDrawView::paintEvent(QPaintEvent* event) {
     QPainter p(this);
-    if (event->rect().contains(rect())) mChanged = false;
+    if (QRegion(rect()).subtracted(event->region()).isEmpty()) mChanged = false;
     refresh();
     if (mScene.empty()) {
         p.fillRect(rect(), palette().color(QPalette::Base));
@@ -161,44 +161,51 @@ void CPhraseDrawView::paintEvent(QPaintEvent* event) {
 
 void CPhraseDrawView::paintWindows(QPainter& p) const {
     const auto pattern = currentPattern();
+    if (!pattern) return;
     const int current = pattern->getCurVairationNum();
-    const PhraseGeometry& g = mGeometry;
     for (int v = 0; v < VariationColors::kCount; ++v) {
         const auto phrase = pattern->getPhraseAtVariation(v);
         if (!phrase) continue;
         const auto [from, end] = PhraseScene::window(*phrase);
-        const QRectF row = g.row(v);
-        const QRectF window(g.x(from), row.top() + 1, g.width(end - from), row.height() - 2);
-        QColor colour = VariationColors::color(v);
-        if (v != current) {
-            p.fillRect(window, colour);
-            continue;
+        const QRectF row = mGeometry.row(v);
+        const QRectF window(mGeometry.x(from), row.top() + 1, mGeometry.width(end - from),
+                            row.height() - 2);
+        if (v == current) {
+            paintCurrentWindow(p, v, window);
+        } else {
+            p.fillRect(window, VariationColors::color(v));
         }
-        colour.setAlphaF(0.85F);
-        p.fillRect(window, colour);
-        p.fillRect(QRectF(0, row.top(), g.gutter() - 2, row.height()),
-                   palette().color(QPalette::Highlight));
-        if (const auto font = PhraseGridPainter::fitFont(labelFont(), row.height())) {
-            p.setFont(*font);
-            p.setPen(palette().color(QPalette::HighlightedText));
-            p.drawText(QRectF(4, row.top(), g.gutter() - 8, row.height()),
-                       Qt::AlignVCenter | Qt::AlignLeft, VariationColors::name(v));
-        }
-        // The lanes outside the current window fade; inside it they take a tint of its colour.
-        const QRectF grid = g.grid();
-        QColor veil = palette().color(QPalette::Base);
-        veil.setAlphaF(0.6F);
-        p.fillRect(QRectF(grid.left(), grid.top(), window.left() - grid.left(), grid.height()),
-                   veil);
-        p.fillRect(QRectF(window.right(), grid.top(), grid.right() - window.right(), grid.height()),
-                   veil);
-        colour.setAlphaF(0.08F);
-        p.fillRect(QRectF(window.left(), grid.top(), window.width(), grid.height()), colour);
-        colour.setAlphaF(1.0F);
-        colour = PhraseGridPainter::blend(colour, palette().color(QPalette::Text), 0.3);
-        p.fillRect(QRectF(window.left(), row.top(), 1, grid.bottom() - row.top()), colour);
-        p.fillRect(QRectF(window.right() - 1, row.top(), 1, grid.bottom() - row.top()), colour);
     }
+}
+
+// The current variation's window stands out: its name highlighted, its colour nearly solid,
+// its edges drawn down through the lanes, and the lanes outside it faded.
+void CPhraseDrawView::paintCurrentWindow(QPainter& p, int vari, const QRectF& window) const {
+    const PhraseGeometry& g = mGeometry;
+    const QRectF row = g.row(vari);
+    QColor colour = VariationColors::color(vari);
+    colour.setAlphaF(0.85F);
+    p.fillRect(window, colour);
+    p.fillRect(QRectF(0, row.top(), g.gutter() - 2, row.height()),
+               palette().color(QPalette::Highlight));
+    if (const auto font = PhraseGridPainter::fitFont(labelFont(), row.height())) {
+        p.setFont(*font);
+        p.setPen(palette().color(QPalette::HighlightedText));
+        p.drawText(QRectF(4, row.top(), g.gutter() - 8, row.height()),
+                   Qt::AlignVCenter | Qt::AlignLeft, VariationColors::name(vari));
+    }
+    const QRectF grid = g.grid();
+    QColor veil = palette().color(QPalette::Base);
+    veil.setAlphaF(0.6F);
+    p.fillRect(QRectF(grid.left(), grid.top(), window.left() - grid.left(), grid.height()), veil);
+    p.fillRect(QRectF(window.right(), grid.top(), grid.right() - window.right(), grid.height()),
+               veil);
+    colour.setAlphaF(0.08F);
+    p.fillRect(QRectF(window.left(), grid.top(), window.width(), grid.height()), colour);
+    colour.setAlphaF(1.0F);
+    const QColor edge = PhraseGridPainter::blend(colour, palette().color(QPalette::Text), 0.3);
+    p.fillRect(QRectF(window.left(), row.top(), 1, grid.bottom() - row.top()), edge);
+    p.fillRect(QRectF(window.right() - 1, row.top(), 1, grid.bottom() - row.top()), edge);
 }
 
 void CPhraseDrawView::paintPlayLine(QPainter& p, double x) const {

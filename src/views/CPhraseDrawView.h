@@ -52,6 +52,7 @@ private:
     void invalidate();
     void refresh();
     void paintWindows(QPainter& p) const;
+    void paintCurrentWindow(QPainter& p, int vari, const QRectF& window) const;
     void paintPlayLine(QPainter& p, double x) const;
     void paintHint(QPainter& p, const QRectF& area, const QString& text) const;
     QRect playStrip(double x) const;
