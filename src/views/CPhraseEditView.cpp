@@ -136,8 +136,8 @@ QLayout* CPhraseEditView::makeFields() {
     grid->addWidget(mKitBox, 1, 1);
     grid->addWidget(buddyLabel("Time &signature", mTimeSigSegment), 1, 2);
     grid->addWidget(mTimeSigSegment, 1, 3, Qt::AlignLeft);
-    grid->addWidget(new QLabel("Variation"), 2, 0, Qt::AlignLeft | Qt::AlignTop);
-    grid->addLayout(makeVariationSelector(), 2, 1, 1, 3);
+    grid->addWidget(new QLabel("Variation"), 2, 0);
+    grid->addLayout(makeVariationSelector(), 2, 1, 2, 3);
     grid->setColumnStretch(1, 1);
     return grid;
 }
@@ -160,6 +160,19 @@ QLayout* CPhraseEditView::makeVariationSelector() {
         grid->addWidget(segment, vari / kSelectorColumns, vari % kSelectorColumns);
     }
     connect(mVariSegment, &QButtonGroup::idClicked, this, &CPhraseEditView::onVariSegment);
+    // The chosen segment in the selection colour: a pressed-in button alone is hard to tell
+    // from the others, in a dark palette above all.
+    connect(mVariSegment, &QButtonGroup::idToggled, this, [this](int vari, bool checked) {
+        QAbstractButton* segment = mVariSegment->button(vari);
+        if (!checked) {
+            segment->setPalette(QPalette());  // the editor's own again
+            return;
+        }
+        QPalette chosen = palette();
+        chosen.setColor(QPalette::Button, chosen.color(QPalette::Highlight));
+        chosen.setColor(QPalette::ButtonText, chosen.color(QPalette::HighlightedText));
+        segment->setPalette(chosen);
+    });
     return grid;
 }
 

@@ -71,15 +71,16 @@ TEST(HeaderEditor, FieldsStoreWhatTheUnitTakesAndUndoOneStepPerEdit) {
     views::CPhraseEditView& view = header(rig);
     QUndoStack& history = rig.window().editHistory().stack();
 
-    type(view.name(), "ABCDEFGHIJKLMNO");
-    EXPECT_EQ(view.name()->text(), "ABCDEFGHIJKL");
-    EXPECT_EQ(current()->getName(), "ABCDEFGHIJKL");
+    type(view.name(), "ABC DEFGHIJKLMN");
+    EXPECT_EQ(view.name()->text(), "ABC DEFGHIJK");
+    EXPECT_EQ(current()->getName(), "ABC DEFGHIJK");
+    EXPECT_FALSE(view.playing()) << "a space typed into the name is no play key";
     EXPECT_EQ(history.count(), 1) << "one step for the whole name, none per key";
     history.undo();
     EXPECT_EQ(current()->getName(), "rock-4-4    ");
     EXPECT_EQ(view.name()->text(), "rock-4-4");
     history.redo();
-    EXPECT_EQ(view.name()->text(), "ABCDEFGHIJKL");
+    EXPECT_EQ(view.name()->text(), "ABC DEFGHIJK");
 
     const struct {
         const char* typed;
