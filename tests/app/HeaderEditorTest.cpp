@@ -182,7 +182,7 @@ TEST(HeaderEditor, AWaitingChangeHoldsTheFieldsAndThePlayButtonFollowsTheStop) {
     EXPECT_EQ(view.mPlaySw()->text(), "Play");
 }
 
-TEST(HeaderEditor, WithoutAPatternTheHeaderIsEmpty) {
+TEST(HeaderEditor, WithoutAPatternTheHeaderIsEmptyUntilTheLoadButtonBringsOne) {
     AppRig rig;
     ASSERT_TRUE(rig.waitLoaded(0));
     views::CPhraseEditView& view = header(rig);
@@ -192,6 +192,12 @@ TEST(HeaderEditor, WithoutAPatternTheHeaderIsEmpty) {
     EXPECT_FALSE(view.name()->isEnabled());
     QTest::mouseClick(view.mPlaySw(), Qt::LeftButton);
     EXPECT_FALSE(view.playing());
+
+    const FileChoice file(TAVREL_EXAMPLES_DIR "/rock-4-4.mid");
+    QTest::mouseClick(view.findChild<QPushButton*>("loadButton"), Qt::LeftButton);
+    ASSERT_TRUE(waitUntil([] { return current() != nullptr; }));
+    EXPECT_EQ(view.name()->text(), "rock-4-4");
+    EXPECT_TRUE(view.name()->isEnabled());
 }
 
 TEST(HeaderEditor, ColouredNamesSplitWhereAsked) {
