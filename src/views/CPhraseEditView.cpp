@@ -92,7 +92,8 @@ CPhraseEditView::CPhraseEditView(CSeqSim* seq, EditHistory& history, QWidget* pa
     layout->addLayout(makeButtons());
     mDrawView->setMinimumHeight(fontMetrics().height() * 5);
     layout->addWidget(mDrawView, 1);
-    // The kit box alone hears of kit changes: they are not edits of the pattern's parameters.
+    // A kit change is announced apart from the other edits, and the window does not pass it
+    // on to the editor: the box follows it here, undo included.
     mKitObserver = Context::current().notifications().addObserver(
         NOTIFY_UPDATE_PARM, [this](const Notification&) { selectKit(); });
     showPlayState();
@@ -108,7 +109,7 @@ QLayout* CPhraseEditView::makeFields() {
     mKitBox->setMinimumContentsLength(kFullName);
     mTempoField->setObjectName("tempo");
     mTempoField->setValidator(
-        new QRegularExpressionValidator(QRegularExpression("\\d{0,3}"), mTempoField));
+        new QRegularExpressionValidator(QRegularExpression("[0-9]{0,3}"), mTempoField));
     mTempoField->setAlignment(Qt::AlignRight);
     mTempoField->setFixedWidth(fontMetrics().horizontalAdvance("00000") +
                                2 * fontMetrics().averageCharWidth());
@@ -160,19 +161,7 @@ QLayout* CPhraseEditView::makeVariationSelector() {
         grid->addWidget(segment, vari / kSelectorColumns, vari % kSelectorColumns);
     }
     connect(mVariSegment, &QButtonGroup::idClicked, this, &CPhraseEditView::onVariSegment);
-    // The chosen segment in the selection colour: a pressed-in button alone is hard to tell
-    // from the others, in a dark palette above all.
-    connect(mVariSegment, &QButtonGroup::idToggled, this, [this](int vari, bool checked) {
-        QAbstractButton* segment = mVariSegment->button(vari);
-        if (!checked) {
-            segment->setPalette(QPalette());  // the editor's own again
-            return;
-        }
-        QPalette chosen = palette();
-        chosen.setColor(QPalette::Button, chosen.color(QPalette::Highlight));
-        chosen.setColor(QPalette::ButtonText, chosen.color(QPalette::HighlightedText));
-        segment->setPalette(chosen);
-    });
+    connect(mVariSegment, &QButtonGroup::idToggled, this, &CPhraseEditView::markChosenSegment);
     return grid;
 }
 
@@ -352,6 +341,17 @@ void CPhraseEditView::selectVariation(std::int32_t vari) {
     if (QAbstractButton* segment = mVariSegment->button(vari)) segment->setChecked(true);
 }
 
+// The chosen segment in the selection colour: a pressed-in button alone is hard to tell from
+// the others, in a dark palette above all.
+void CPhraseEditView::markChosenSegment() {
+    QPalette chosen = palette();
+    chosen.setColor(QPalette::Button, chosen.color(QPalette::Highlight));
+    chosen.setColor(QPalette::ButtonText, chosen.color(QPalette::HighlightedText));
+    for (QAbstractButton* segment : mVariSegment->buttons()) {
+        segment->setPalette(segment->isChecked() ? chosen : QPalette());  // else the editor's
+    }
+}
+
 void CPhraseEditView::paintEvent(QPaintEvent* event) {
     QWidget::paintEvent(event);
     // A waiting change that has been made is shown at once rather than at the next watch;
@@ -363,10 +363,10 @@ void CPhraseEditView::paintEvent(QPaintEvent* event) {
 
 void CPhraseEditView::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    // The name's colours come from the palette.
-    if (event->type() == QEvent::PaletteChange && patterns().getCurPattarn() != nullptr && !mBook) {
-        showName(kFullName);
-    }
+    if (event->type() != QEvent::PaletteChange) return;
+    // The name's and the chosen segment's colours come from the palette.
+    markChosenSegment();
+    if (patterns().getCurPattarn() != nullptr && !mBook) showName(kFullName);
 }
 
 }  // namespace tavrel::views

@@ -80,6 +80,7 @@ private:
     void fillKits();
     void selectKit();
     void selectVariation(std::int32_t vari);
+    void markChosenSegment();
     void showPlayState();
     bool pending() const;
 
