@@ -86,6 +86,8 @@ CPhraseEditView::CPhraseEditView(CSeqSim* seq, EditHistory& history, QWidget* pa
       mLoadButton(new QPushButton(QIcon::fromTheme("document-open"), "&Load MIDI File…", this)),
       mDrawView(new CPhraseDrawView(seq, this)) {
     setObjectName("phraseEditView");
+    // A click beside the fields ends typing in them, and the space key plays again.
+    setFocusPolicy(Qt::ClickFocus);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addLayout(makeFields());
