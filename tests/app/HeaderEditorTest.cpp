@@ -75,6 +75,11 @@ TEST(HeaderEditor, FieldsStoreWhatTheUnitTakesAndUndoOneStepPerEdit) {
     EXPECT_EQ(view.name()->text(), "ABC DEFGHIJK");
     EXPECT_EQ(current()->getName(), "ABC DEFGHIJK");
     EXPECT_FALSE(view.playing()) << "a space typed into the name is no play key";
+    view.name()->setFocus();
+    QTest::mouseClick(&view, Qt::LeftButton, {}, {1, 1});  // beside the fields
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+    EXPECT_TRUE(view.playing());
+    view.stop();
     EXPECT_EQ(history.count(), 1) << "one step for the whole name, none per key";
     history.undo();
     EXPECT_EQ(current()->getName(), "rock-4-4    ");
