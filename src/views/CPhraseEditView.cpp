@@ -22,6 +22,7 @@
 #include <QFileDialog>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -121,6 +122,7 @@ QLayout* CPhraseEditView::makeFields() {
     mTimeSigSegment->setFocusPolicy(Qt::TabFocus);
     for (QLineEdit* field : {mNameField, mTempoField}) {
         connect(field, &QLineEdit::returnPressed, field, &QWidget::clearFocus);
+        field->installEventFilter(this);  // Escape
     }
     connect(mNameField, &QLineEdit::editingFinished, this, &CPhraseEditView::onName);
     connect(mTempoField, &QLineEdit::editingFinished, this, &CPhraseEditView::onTempo);
@@ -361,6 +363,18 @@ void CPhraseEditView::paintEvent(QPaintEvent* event) {
     if (mBook && !pending())
         QMetaObject::invokeMethod(
             this, [this] { update(); }, Qt::QueuedConnection);
+}
+
+// Escape in a field takes back what was typed and leaves the field.
+bool CPhraseEditView::eventFilter(QObject* watched, QEvent* event) {
+    const bool escape = event->type() == QEvent::KeyPress &&
+                        static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape;
+    if (!escape || patterns().getCurPattarn() == nullptr)
+        return QWidget::eventFilter(watched, event);
+    if (watched == mNameField) showName(kFullName);
+    if (watched == mTempoField) showTempo();
+    static_cast<QWidget*>(watched)->clearFocus();
+    return true;
 }
 
 void CPhraseEditView::changeEvent(QEvent* event) {

@@ -101,6 +101,11 @@ TEST(HeaderEditor, FieldsStoreWhatTheUnitTakesAndUndoOneStepPerEdit) {
     EXPECT_EQ(history.count(), 5);
     history.undo();
     EXPECT_EQ(current()->getTempo(), 41);
+    view.tempo()->setFocus();
+    QTest::keyClicks(view.tempo(), "9");
+    QTest::keyClick(view.tempo(), Qt::Key_Escape);  // takes the typing back
+    EXPECT_EQ(view.tempo()->text(), "41");
+    EXPECT_TRUE(history.canRedo()) << "no new step";
 }
 
 TEST(HeaderEditor, TimeSignatureRefitsEveryVariationAndUndoPutsTheWindowsBack) {
