@@ -284,7 +284,8 @@ void CPhraseEditView::onTempo() {
     const auto pattern = patterns().getCurPattarn();
     if (pattern == nullptr) return;
     const std::int32_t tempo = clampTempo(mTempoField->text().toInt());
-    if (tempo == pattern->getTempo() && !pending()) showTempo();  // no edit, no refresh
+    // An unchanged tempo posts nothing, so no refresh would put the clamped value back.
+    if (tempo == pattern->getTempo() && !pending()) showTempo();
     HeaderEdits::setTempo(mHistory, pattern, tempo, mSeq);
 }
 
