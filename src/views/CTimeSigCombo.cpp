@@ -48,6 +48,9 @@ CTimeSigCombo::CTimeSigCombo(EditHistory& history, QWidget* parent)
     setObjectName("timeSigSegment");
     for (const TimeSig& sig : kTimeSigs) addItem(text(sig.nume, sig.deno));
     setMaxVisibleItems(kVisibleItems);
+    // A scrolling list of that many rather than the style's menu over the box, which shows
+    // them all.
+    setStyleSheet("combobox-popup: 0;");
     // Only a choice of the user's: a refresh selects without signalling.
     connect(this, &QComboBox::activated, this, &CTimeSigCombo::comboBoxSelectionDidChange);
 }
