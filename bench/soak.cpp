@@ -24,6 +24,7 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <QTemporaryDir>
 #include <QTimer>
 
 #include <unistd.h>
@@ -87,24 +88,6 @@ public:
 private:
     const char* mName;
     std::vector<Sample> mSamples;
-};
-
-class Scratch {
-public:
-    Scratch() {
-        std::string dir = (fs::temp_directory_path() / "tavrel-soak-XXXXXX").string();
-        if (::mkdtemp(dir.data()) == nullptr) std::abort();
-        mDir = dir;
-        ::setenv("XDG_DATA_HOME", (mDir / "data").c_str(), 1);
-    }
-    ~Scratch() {
-        std::error_code ec;
-        fs::remove_all(mDir, ec);
-    }
-    const fs::path& path() const { return mDir; }
-
-private:
-    fs::path mDir;
 };
 
 // Spins the event loop until `done`; false after a minute of real time.
@@ -254,12 +237,15 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     Log::setSink([](std::string_view, std::string_view) {});
-    const Scratch scratch;
+    const QTemporaryDir scratch;  // the unit's storage and the user's data folder
+    if (!scratch.isValid()) return 1;
+    const fs::path folder = scratch.path().toStdString();
+    ::setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
 
     const Sample start = sample();
     Phase cyclePhase("cycles");
     const auto t0 = Clock::now();
-    if (cycles(cycleCount, cyclePhase, scratch.path() / "unit") != 0) return 1;
+    if (cycles(cycleCount, cyclePhase, folder / "unit") != 0) return 1;
     const double cycleSeconds = std::chrono::duration<double>(Clock::now() - t0).count();
     Phase previewPhase("preview");
     const auto t1 = Clock::now();

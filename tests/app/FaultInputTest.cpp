@@ -60,7 +60,7 @@ TEST(BadInput, EveryBadFileOrPathIsAnsweredAtOnceByTheProgramAndTheTool) {
         {"empty", [](const fs::path& d) { return file(d / "empty.mid", {}); }, "", true, notSmf},
         {"100 MB sparse",
          [](const fs::path& d) {
-             const fs::path p = file(d / "huge.mid", oneBar(1, 96));
+             fs::path p = file(d / "huge.mid", oneBar(1, 96));
              fs::resize_file(p, 100ull << 20);
              return p;
          },

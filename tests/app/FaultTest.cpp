@@ -81,9 +81,8 @@ public:
         ASSERT_TRUE(ended);
         EXPECT_GE(strayDelivered, strayBytes);
     }
-    // Sends stray bytes from the unit's source until `stop`: random ones and well-formed
-    // exclusive messages nobody asked for.
-    // Returns how many bytes reached the program.
+    // Sends stray bytes from the unit's source until `stop`: random ones, then well-formed
+    // exclusive messages nobody asked for. Returns how many reached the program.
     long storm(const std::atomic<bool>& stop, int randomBytes) {
         auto& midi = *Context::current().find<VirtualMidiService>();
         std::int64_t source = 0;
@@ -136,7 +135,7 @@ Bytes actOn(FaultRig& rig, unsigned acts, const std::function<void(FaultRig&)>& 
         inject(rig);
     }
     Context::current().patterns().getPtnData()[0]->setTempo(kEditedTempo);
-    const Bytes beforeWrite = readBytes(rig.patternFile());
+    Bytes beforeWrite = readBytes(rig.patternFile());
     if ((acts & kSave) != 0) rig.menus().saveFile();
     if ((acts & kApplyAll) != 0) {
         rig.menus().getMenuOfApplyAll()->trigger();
