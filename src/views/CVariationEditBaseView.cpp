@@ -99,6 +99,12 @@ CVariationEditBaseView::CVariationEditBaseView(std::int32_t vari, CSeqSim* seq,
     update();
 }
 
+CVariationEditBaseView::~CVariationEditBaseView() {
+    // A field that has the focus finishes its editing as it goes, after this pane is gone.
+    mFromField->disconnect(this);
+    mBarsField->disconnect(this);
+}
+
 CVariationEditBaseView* CVariationEditBaseView::make(std::int32_t vari, CSeqSim* seq,
                                                      EditHistory& history, QWidget* parent) {
     if (vari < 0 || vari >= VariationColors::kCount) {
