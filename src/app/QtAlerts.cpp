@@ -5,6 +5,7 @@
 #include <QPushButton>
 #include <QThread>
 
+#include <cstdio>
 #include <future>
 #include <memory>
 
@@ -46,6 +47,13 @@ bool QtAlerts::onUiThread(const std::string& message, const std::string& informa
 
 bool QtAlerts::show(const QString& message, const QString& informative, const QString& confirm) {
     mShown.append(message);
+    if (mUnattended) {
+        const QString answer = confirm.isEmpty() ? QString() : " [" + confirm + "]";
+        std::fprintf(stderr, "tavrel: %s %s%s\n", qPrintable(message), qPrintable(informative),
+                     qPrintable(answer));
+        emit alertShown(message);
+        return true;
+    }
     QMessageBox box(QApplication::activeWindow());
     box.setObjectName("alertBox");
     box.setWindowTitle("Tavrel");

@@ -25,6 +25,9 @@ public:
     // From now on alerts from other threads are answered "Cancel" at once without being shown:
     // the UI thread is about to wait for those threads to end and could not show them.
     void closeDown() { mClosing = true; }
+    // No one is there to answer (a screenshot run): every message goes to stderr instead of a
+    // box, and a question takes its default, confirming button, as pressing Return would.
+    void setUnattended() { mUnattended = true; }
 
     // Every message shown so far, oldest first; for the status bar's history and tests.
     const QStringList& shown() const { return mShown; }
@@ -38,6 +41,7 @@ private:
                     const std::string& confirmButton);
 
     std::atomic<bool> mClosing{false};
+    bool mUnattended = false;
     QStringList mShown;
 };
 

@@ -4,6 +4,7 @@
 #include "app/AppSession.h"
 #include "app/CPtnEditViewController.h"
 #include "app/DarkPalette.h"
+#include "app/QtAlerts.h"
 #include "model/CPatternMgr.h"
 #include "model/Context.h"
 
@@ -107,6 +108,7 @@ int main(int argc, char** argv) {
     tavrel::app::CPtnEditViewController window(session, delegate);
     window.setPendingMidiFiles(options->midiFiles);
     if (!options->screenshot.isEmpty()) {
+        session.alerts().setUnattended();
         const QString path = options->screenshot;
         QObject::connect(&window, &tavrel::app::CPtnEditViewController::settled, &window,
                          [&window, path] {
