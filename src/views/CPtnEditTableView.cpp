@@ -39,7 +39,7 @@ void asCopy(Event* event, Handler&& handle) {
 QString CPtnEditTableView::kitName(std::int32_t kit) {
     const auto& names = Context::current().kits().getKitArray();
     if (kit >= 0 && static_cast<std::size_t>(kit) < names.size()) {
-        const QString name = QString::fromStdString(names[static_cast<std::size_t>(kit)]).trimmed();
+        QString name = QString::fromStdString(names[static_cast<std::size_t>(kit)]).trimmed();
         if (!name.isEmpty()) return name;
     }
     return QString::number(kit + 1);

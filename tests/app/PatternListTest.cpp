@@ -50,7 +50,7 @@ public:
         }
     }
     // The names the list shows, which must be the collection's.
-    std::string order() {
+    std::string order() const {
         std::string shown;
         for (int row = 0; row < model.rowCount(); ++row) {
             const QString name = model.index(row, 0).data().toString();
@@ -108,7 +108,7 @@ TEST(PatternList, DragsKeyMovesDeletesAndLoadsUndoAndRedo) {
     ASSERT_TRUE(
         fs::copy_file(TAVREL_EXAMPLES_DIR "/rock-4-4.mid", (dir + "beat.mid").toStdString()));
     ListRig list(5);
-    const auto dragged = [&](std::set<int> rows, int to) {
+    const auto dragged = [&](const std::set<int>& rows, int to) {
         return [&list, rows, to] {
             list.select(rows);
             const auto drag = list.drag(*rows.begin());
