@@ -15,6 +15,7 @@
 #include <system_error>
 #include <vector>
 
+#include "SmfBytes.h"
 #include "files/CFileDataMgr.h"
 #include "model/Context.h"
 #include "smf/CPhraseFile.h"
@@ -22,14 +23,8 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Bytes = std::vector<std::uint8_t>;
-
-void putVlq(Bytes& out, std::uint32_t v) {
-    Bytes groups{static_cast<std::uint8_t>(v & 0x7F)};
-    while ((v >>= 7) != 0)
-        groups.insert(groups.begin(), static_cast<std::uint8_t>(0x80 | (v & 0x7F)));
-    out.insert(out.end(), groups.begin(), groups.end());
-}
+using tavrel::bench::Bytes;
+using tavrel::bench::putVlq;
 
 // A format-0 file at 480 per quarter: a drum groove in sixteenths under running status,
 // note-offs as velocity-0 note-ons, until the track holds `size` bytes. Grooves of another
@@ -45,12 +40,7 @@ Bytes groove(std::size_t size, std::uint8_t accent) {
         track.insert(track.end(), {key, 0});
     }
     track.insert(track.end(), {0x78, 0xFF, 0x2F, 0x00});
-    Bytes file = {'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, 0, 0, 1, 0x01, 0xE0, 'M', 'T', 'r', 'k'};
-    const auto n = static_cast<std::uint32_t>(track.size());
-    file.insert(file.end(), {static_cast<std::uint8_t>(n >> 24), static_cast<std::uint8_t>(n >> 16),
-                             static_cast<std::uint8_t>(n >> 8), static_cast<std::uint8_t>(n)});
-    file.insert(file.end(), track.begin(), track.end());
-    return file;
+    return tavrel::bench::format0File(track);
 }
 
 // The generated file in a folder of its own, removed at exit.

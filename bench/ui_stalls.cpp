@@ -3,15 +3,9 @@
 // between its firings, and the longest gap beyond 10 ms is a stall. Runs the load sequence, a
 // mount toggle off and on, and Apply All with 50 patterns; prints each phase's longest stall
 // and, last, the longest of all as "longest stall: N ms".
-#include "app/AppDelegate.h"
-#include "app/AppOptions.h"
-#include "app/AppSession.h"
-#include "app/CPtnEditViewController.h"
-#include "device/LinkRunner.h"
+#include "SimulatedDesktop.h"
 #include "model/CEditNotify.h"
-#include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"
-#include "model/Context.h"
 #include "model/Log.h"
 
 #include <QAction>
@@ -19,7 +13,6 @@
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <algorithm>
@@ -29,7 +22,6 @@
 namespace {
 
 constexpr int kProbeMs = 10;
-constexpr int kPhaseLimitMs = 30000;
 
 class Probe {
 public:
@@ -55,42 +47,19 @@ private:
     qint64 mLongest = 0;
 };
 
-// Turns the event loop until `done` holds; false when the phase takes too long.
-bool runUntil(const std::function<bool()>& done) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-        if (clock.elapsed() > kPhaseLimitMs) return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    }
-    return true;
-}
-
-QDialog* shown(QWidget& window, const char* name) {
-    auto* d = window.findChild<QDialog*>(name);
-    return d != nullptr && d->isVisible() ? d : nullptr;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     tavrel::Log::setSink([](std::string_view, std::string_view) {});
-    QTemporaryDir storage;
-    QString error;
-    const auto options =
-        tavrel::app::AppOptions::parse({"--simulate", "--sim-storage", storage.path()}, error);
-    tavrel::Context context;
-    tavrel::app::AppSession session(*options);
-    tavrel::app::AppDelegate delegate(session);
-    tavrel::app::CPtnEditViewController window(session, delegate);
-    auto& patterns = context.patterns();
-    auto idle = [&] { return !session.steps()->busy(); };
-    auto loaded = [&] {
-        return patterns.getActive() && idle() && shown(window, "LoadVC") == nullptr &&
-               shown(window, "ConnectVC") == nullptr && window.windowTitle() != "Tavrel";
-    };
+    tavrel::bench::SimulatedDesktop desktop;
+    auto& window = desktop.window;
+    auto& delegate = desktop.delegate;
+    auto& patterns = desktop.context.patterns();
+    auto idle = [&] { return desktop.idle(); };
+    auto loaded = [&] { return desktop.loaded(); };
+    using tavrel::bench::runUntil;
     Probe probe;
     qint64 longest = 0;
     auto phase = [&](const char* name, const std::function<void()>& act,
@@ -112,18 +81,18 @@ int main(int argc, char** argv) {
         "start to loaded window", [&] { window.show(); }, loaded);
     ok = ok && phase(
                    "mount toggle off", [&] { delegate.getMenuOfMount()->trigger(); },
-                   [&] { return shown(window, "ShowUnmountVC") != nullptr && idle(); });
+                   [&] { return desktop.shown("ShowUnmountVC") != nullptr && idle(); });
     ok = ok &&
          phase(
              "mount toggle on",
              [&] {
-                 shown(window, "ShowUnmountVC")->findChild<QPushButton*>("mountButton")->click();
+                 desktop.shown("ShowUnmountVC")->findChild<QPushButton*>("mountButton")->click();
              },
-             [&] { return shown(window, "ShowUnmountVC") == nullptr && loaded(); });
+             [&] { return desktop.shown("ShowUnmountVC") == nullptr && loaded(); });
     while (patterns.getPtnData().size() < 50) patterns.addPatternData()->setTempo(120);
     ok = ok && phase(
                    "Apply All, 50 patterns", [&] { delegate.getMenuOfApplyAll()->trigger(); },
-                   [&] { return shown(window, "CApplyAllVC") == nullptr; });
+                   [&] { return desktop.shown("CApplyAllVC") == nullptr; });
     tavrel::CEditNotify::clr();
     window.close();
     runUntil(idle);

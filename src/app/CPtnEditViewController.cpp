@@ -267,6 +267,8 @@ void CPtnEditViewController::loadSequenceEnded(const std::string& failure) {
     showStatus();
     const QStringList files = std::exchange(mPendingMidiFiles, {});
     for (const QString& path : files) mAppDelegate.loadSmfFile(path);
+    // The files named at start come in with the unit's patterns: editing starts after them.
+    if (!files.isEmpty()) mHistory->clear();
     // Otherwise the watch opens a dialog next, which settles the window.
     if (mSession.link()->getMount() != 0) emit settled();
 }

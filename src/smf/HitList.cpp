@@ -14,10 +14,6 @@ std::int32_t timeOf(std::uint64_t key) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(key >> 16) ^ 0x8000'0000u);
 }
 
-std::uint8_t byteOf(std::uint64_t key, int shift) {
-    return static_cast<std::uint8_t>(((key >> shift) & 0xFF) - 128);
-}
-
 std::int32_t addWrapping(std::int32_t a, std::int32_t b) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
@@ -41,14 +37,25 @@ Put mergeInto(const std::uint64_t* a, const std::uint64_t* b, std::size_t count,
 // Turns ordered hits into step records. The step is the previous record's time cut down to
 // the grid, so the deltas always add up to t / 10 and quantising never drifts. A gap of
 // 655,360 ticks or more wraps the 16 bits; an end before the last note gives a "negative"
-// delta, wrapped the same way.
+// delta, wrapped the same way. With kFromZero every hit lies at time 0 or later, the usual
+// case: ordered times then make each delta the plain difference of the steps.
+template <bool kFromZero>
 class RecordWriter {
 public:
     explicit RecordWriter(StepRecord* out) : mOut(out) {}
 
     void operator()(std::uint64_t key) {
         mLast = key;
-        put(timeOf(key), byteOf(key, 8), byteOf(key, 0));
+        const auto note = static_cast<std::uint8_t>((key >> 8) ^ 0x80);
+        const auto velocity = static_cast<std::uint8_t>(key ^ 0x80);
+        if constexpr (kFromZero) {
+            const std::uint32_t step = (static_cast<std::uint32_t>(key >> 16) ^ 0x8000'0000u) / 10;
+            *mOut++ = {static_cast<std::uint16_t>(step - static_cast<std::uint32_t>(mStep)), note,
+                       velocity};
+            mStep = static_cast<std::int32_t>(step);
+        } else {
+            put(timeOf(key), note, velocity);
+        }
     }
     void put(std::int32_t t, std::uint8_t note, std::uint8_t velocity) {
         const std::int32_t previous = mStep;
@@ -72,26 +79,34 @@ private:
 
 }  // namespace
 
-void HitList::addBelowLast(std::uint64_t key) {
-    mHits.push_back(key);
-    if (mDisordered) return;
-    if ((key >> 16) != (mLast >> 16)) {
-        mDisordered = true;
-        return;
-    }
-    // Only hits of the same time, all in this track, lie above it.
+void HitList::sortTrack() {
+    // Notes of one time come in any order, a few at a time, and an insertion sort puts them
+    // in place in about one pass. A time that goes back (a running time that wrapped) or a
+    // long chord in reverse would make it quadratic: past a budget of moves the track is
+    // sorted whole instead.
     std::uint64_t* const first = mHits.data() + mOpen;
-    std::uint64_t* j = mHits.data() + mHits.size() - 1;
-    do {
-        *j = *(j - 1);
-        --j;
-    } while (j != first && key < *(j - 1));
-    *j = key;
+    std::uint64_t* const end = mHits.data() + mHits.size();
+    std::size_t budget = 4 * static_cast<std::size_t>(end - first);
+    for (std::uint64_t* i = first + 1; i < end; ++i) {
+        const std::uint64_t key = *i;
+        if (key >= *(i - 1)) continue;
+        std::uint64_t* j = i;
+        do {
+            *j = *(j - 1);
+            --j;
+        } while (j != first && key < *(j - 1));
+        *j = key;
+        const auto moves = static_cast<std::size_t>(i - j);
+        if (moves > budget) {
+            std::sort(first, end);
+            return;
+        }
+        budget -= moves;
+    }
 }
 
 void HitList::endTrack() {
-    // A track whose running time wrapped is sorted whole.
-    if (mDisordered) std::sort(mHits.begin() + static_cast<std::ptrdiff_t>(mOpen), mHits.end());
+    if (mDisordered) sortTrack();
     mDisordered = false;
     mLast = 0;
     if (mOpen == mHits.size()) return;
@@ -173,22 +188,29 @@ HitList::Pair HitList::finalPair(const std::vector<Run>& runs) const {
 
 StepRecords HitList::toRecords() {
     const std::vector<Run> runs = mergeToTwo();
-    auto [a, b, kept] = finalPair(runs);
+    const auto [a, b, kept] = finalPair(runs);
     StepRecords records(kept + 1);
-    RecordWriter writer(records.data());
-    if (runs.size() > 1) {
-        writer = mergeInto(a, b, kept, writer);
+    const auto write = [&, a = a, b = b, kept = kept](auto writer) {
+        if (runs.size() > 1) {
+            writer = mergeInto(a, b, kept, writer);
+        } else {
+            // One track, the usual groove: nothing to merge.
+            for (const std::uint64_t* key = a; key != a + kept; ++key) writer(*key);
+        }
+        // The phrase ends at the latest End of Track; a phrase cut at 9,999 notes ends on its
+        // last note whatever End of Track said, and one with no end at all a step after its
+        // last note.
+        std::int32_t endTime = mSawEnd ? mLatestEnd : -1;
+        if (mSeen >= limits::kMaxNotes) endTime = timeOf(writer.last());
+        if (endTime == -1) endTime = kept == 0 ? 0 : addWrapping(timeOf(writer.last()), 10);
+        writer.put(endTime, 0, 0);
+    };
+    // The first kept hit is the lower of the two runs' first (a sentinel for a missing one).
+    if (kept == 0 || timeOf(std::min(*a, *b)) >= 0) {
+        write(RecordWriter<true>(records.data()));
     } else {
-        // One track, the usual groove: nothing to merge.
-        for (const std::uint64_t* end = a + kept; a != end; ++a) writer(*a);
+        write(RecordWriter<false>(records.data()));
     }
-
-    // The phrase ends at the latest End of Track; a phrase cut at 9,999 notes ends on its last
-    // note whatever End of Track said, and one with no end at all a step after its last note.
-    std::int32_t endTime = mSawEnd ? mLatestEnd : -1;
-    if (mSeen >= limits::kMaxNotes) endTime = timeOf(writer.last());
-    if (endTime == -1) endTime = kept == 0 ? 0 : addWrapping(timeOf(writer.last()), 10);
-    writer.put(endTime, 0, 0);
     return records;
 }
 

@@ -1,7 +1,7 @@
 // The note-ons of a MIDI file while it is read, reduced on the way to the ones a variation can
 // hold: the first 9,999 in the order of time, note and velocity. Tracks arrive in time order,
-// so each track is a run that is already in order or nearly so; the runs are merged once, the
-// last merge writing the step records.
+// so each track is a run that is already in order but for notes of one time; a track is put
+// in order when it closes and the runs are merged once, the last merge writing the records.
 #pragma once
 
 #include "model/StepRecord.h"
@@ -15,16 +15,13 @@ namespace tavrel::smf {
 
 class HitList {
 public:
-    void add(std::int32_t time, std::int32_t note, std::int32_t velocity) {
+    void add(std::int32_t time, std::uint8_t note, std::uint8_t velocity) {
         ++mSeen;
         const std::uint64_t key = keyOf(time, note, velocity);
         if (key >= mBound) return;
-        if (key < mLast) {
-            addBelowLast(key);
-        } else {
-            mLast = key;
-            mHits.push_back(key);
-        }
+        mDisordered |= key < mLast;
+        mLast = key;
+        mHits.push_back(key);
         if (mHits.size() >= kCollapseAt) collapse();
     }
     // End of Track, and a note-on for key 0, which is not told apart from it.
@@ -43,18 +40,17 @@ private:
     // A long file is merged and cut in parts so that memory stays bounded whatever its size.
     static constexpr std::size_t kCollapseAt = std::size_t{4} * limits::kMaxNotes;
 
-    // Signed fields become unsigned ones that order the same way: time in the top bits, then
-    // note and velocity, each a data byte read as signed (-128..127).
-    static std::uint64_t keyOf(std::int32_t time, std::int32_t note, std::int32_t velocity) {
+    // One unsigned number that orders as the hits do: time in the top bits, then note and
+    // velocity. All three are signed: a stray data byte of 0x80 or more is a negative note or
+    // velocity, ordered before 0 (and a negative velocity still sounds). Flipping each sign
+    // bit makes the unsigned order the signed one.
+    static std::uint64_t keyOf(std::int32_t time, std::uint8_t note, std::uint8_t velocity) {
         const std::uint64_t t = static_cast<std::uint32_t>(time) ^ 0x8000'0000u;
-        const std::uint64_t n = static_cast<std::uint8_t>(note + 128);
-        const std::uint64_t v = static_cast<std::uint8_t>(velocity + 128);
-        return (t << 16) | (n << 8) | v;
+        return ((t << 16) | (std::uint64_t{note} << 8) | velocity) ^ 0x8080u;
     }
 
-    // A hit below the track's latest: notes of one time come in any order and are put in
-    // place at once; a time that goes back leaves the track to be sorted when it closes.
-    void addBelowLast(std::uint64_t key);
+    // Puts the current track's hits in order.
+    void sortTrack();
     // Merges every ordered run into one and keeps its first 9,999.
     void collapse();
 
@@ -81,7 +77,7 @@ private:
     std::size_t mOpen = 0;
     std::unique_ptr<std::uint64_t[]> mScratch;
     std::size_t mScratchSize = 0;
-    // The current track's highest hit, and whether its hits went back in time.
+    // The current track's last hit, and whether any hit came below the one before it.
     std::uint64_t mLast = 0;
     bool mDisordered = false;
     // Once 9,999 are kept, a hit at or above the last of them can never be among them.

@@ -3,6 +3,7 @@
 #include "smf/HitList.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -31,12 +32,6 @@ std::uint32_t be32(const std::uint8_t* p) {
 
 std::uint16_t be16(const std::uint8_t* p) {
     return static_cast<std::uint16_t>((p[0] << 8) | p[1]);
-}
-
-// Data bytes are taken as signed: a stray byte of 0x80 or more in a data position becomes a
-// negative note or velocity, and a negative velocity still counts as "not zero".
-std::int32_t signedByte(std::uint8_t b) {
-    return static_cast<std::int8_t>(b);
 }
 
 // A variable-length quantity with no cap on its length: after a system-exclusive event the
@@ -98,6 +93,10 @@ public:
             mWholeCoef = static_cast<std::uint32_t>(tpqnCoef);
             mExactBelow = (std::uint32_t{1} << 24) / mWholeCoef;
         }
+        for (std::uint32_t delta = 0; delta < mSmallDeltas.size(); ++delta) {
+            mSmallDeltas[delta] =
+                mWholeCoef != 0 ? static_cast<std::int32_t>(delta * mWholeCoef) : scale(delta);
+        }
     }
 
     // Offset just past the chunk, 0 when the bytes at `index` are not "MTrk".
@@ -105,19 +104,36 @@ public:
     std::int32_t tempo() const { return mTempo; }
 
 private:
+    // The channel filter: -1, every channel, is the only value it is ever given.
+    static constexpr std::int32_t kImportCh = -1;
+
     // The running state of a track's messages, reset where each track starts.
     struct Message {
         // High nibble of the running status, 0 before the track's first status byte.
         std::int32_t status = 0;
         // Channel of the current message when a channel filter is in force, else -1.
         std::int32_t channel = -1;
-        // The channel filter: -1, every channel, is the only value it is ever given.
-        std::int32_t importCh = -1;
-        std::int32_t data1 = 0;
-        std::int32_t data2 = 0;
+        // The data bytes as they stand; the hits order them as signed bytes.
+        std::uint8_t data1 = 0;
+        std::uint8_t data2 = 0;
     };
 
     std::size_t parseMidi(std::size_t index, Message& m) const;
+    // A channel message (status byte below 0xF0, or running status) with at least three
+    // bytes left in the data, which is all it can take.
+    std::size_t readChannelMessage(std::size_t index, Message& m) const {
+        const std::uint8_t* bytes = mData.data();
+        const std::uint8_t b = bytes[index];
+        if (b & 0x80) {
+            m.status = b & 0xF0;
+            m.channel = kImportCh != -1 ? (b & 0x0F) : -1;
+            ++index;
+        }
+        m.data1 = bytes[index];
+        const bool two = takesTwoDataBytes(m.status);
+        m.data2 = two ? bytes[index + 1] : 0;
+        return index + (two ? 2 : 1);
+    }
     std::size_t parseMeta(std::size_t index);
 
     // File ticks to 960 per quarter: each delta scaled in single precision and truncated by
@@ -132,6 +148,8 @@ private:
     float mCoef;
     std::uint32_t mWholeCoef = 0;
     std::uint32_t mExactBelow = 0;
+    // The scaled one-byte deltas, which most events have.
+    std::array<std::int32_t, 128> mSmallDeltas{};
     HitList& mHits;
     std::int32_t mTempo = 0;
 };
@@ -155,78 +173,78 @@ std::size_t TrackReader::parseTrk(std::size_t index) {
     const std::uint8_t* bytes = mData.data();
     std::int32_t time = 0;
     while (pos < end) {
-        std::uint32_t delta = 0;
-        if (pos < size && bytes[pos] < 0x80) {
-            delta = bytes[pos++];
-        } else if (!readVlq(mData, pos, delta)) {
-            return size;
-        }
-        // A division that does not divide 960 loses a little on every event; the loss
-        // accumulates along the track.
-        time = addWrapping(time, scale(delta));
-        if (pos >= size) return size;
-
-        if (bytes[pos] != 0xFF) {
+        // The usual events: a delta of one or two bytes and a channel message, whole in the
+        // data.
+        const std::uint8_t* const event = bytes + pos;
+        if (size - pos >= 5 && event[0] < 0x80 && event[1] < 0xF0) [[likely]] {
+            time = addWrapping(time, mSmallDeltas[event[0]]);
+            pos = readChannelMessage(pos + 1, m);
+        } else if (size - pos >= 5 && event[0] >= 0x80 && event[1] < 0x80 && event[2] < 0xF0) {
+            time = addWrapping(time, scale((std::uint32_t{event[0] & 0x7Fu} << 7) | event[1]));
+            pos = readChannelMessage(pos + 2, m);
+        } else {
+            std::uint32_t delta = 0;
+            if (!readVlq(mData, pos, delta)) return size;
+            // A division that does not divide 960 loses a little on every event; the loss
+            // accumulates along the track.
+            time = addWrapping(time, scale(delta));
+            if (pos >= size) return size;
+            if (bytes[pos] == 0xFF) {
+                if (size - pos >= 3 && bytes[pos + 1] == 0x2F && bytes[pos + 2] == 0x00) {
+                    // End of Track does not end the loop; only the chunk length does.
+                    mHits.addEnd(time);
+                    pos += 3;
+                } else {
+                    pos = parseMeta(pos);
+                    if (pos == kRanOut) return size;
+                }
+                continue;
+            }
             pos = parseMidi(pos, m);
             if (pos == kRanOut) return size;
-            // Runs after a system-exclusive event too: it leaves the fields as they were, so
-            // one that follows a kept note-on repeats that note at its own time.
-            if (m.status == 0x90 && m.data2 != 0 && m.channel == m.importCh) {
-                if (m.data1 == 0) {
-                    mHits.addEnd(time);
-                } else {
-                    mHits.add(time, m.data1, m.data2);
-                }
+        }
+        // Runs after a system-exclusive event too: it leaves the fields as they were, so one
+        // that follows a kept note-on repeats that note at its own time.
+        if (m.status == 0x90 && m.data2 != 0 && m.channel == kImportCh) {
+            if (m.data1 == 0) {
+                mHits.addEnd(time);
+            } else {
+                mHits.add(time, m.data1, m.data2);
             }
-        } else if (size - pos >= 3 && bytes[pos + 1] == 0x2F && bytes[pos + 2] == 0x00) {
-            // End of Track does not end the loop; only the chunk length does.
-            mHits.addEnd(time);
-            pos += 3;
-        } else {
-            pos = parseMeta(pos);
-            if (pos == kRanOut) return size;
         }
     }
     return pos;
 }
 
 std::size_t TrackReader::parseMidi(std::size_t index, Message& m) const {
-    const std::size_t left = mData.size() - index;
-    const std::uint8_t* bytes = mData.data() + index;
-    const std::uint8_t b = bytes[0];
+    const std::size_t size = mData.size();
+    const std::uint8_t* bytes = mData.data();
+    const std::uint8_t b = bytes[index];
 
     if (b == 0xF0) {
         // The declared length is not read. The scan stops on the 0xF7 and returns its offset,
         // so that byte becomes the first of the next delta time and adds 0x77 * 128 to it.
-        if (left < 2) return kRanOut;
-        const void* f7 = std::memchr(bytes + 1, 0xF7, left - 1);
+        if (size - index < 2) return kRanOut;
+        const void* f7 = std::memchr(bytes + index + 1, 0xF7, size - index - 1);
         if (f7 == nullptr) return kRanOut;
-        return static_cast<std::size_t>(static_cast<const std::uint8_t*>(f7) - mData.data());
+        return static_cast<std::size_t>(static_cast<const std::uint8_t*>(f7) - bytes);
     }
 
     if (b & 0x80) {
         m.status = b & 0xF0;
-        m.channel = m.importCh != -1 ? (b & 0x0F) : -1;
-        if (takesTwoDataBytes(m.status)) {
-            if (left < 3) return kRanOut;
-            m.data1 = signedByte(bytes[1]);
-            m.data2 = signedByte(bytes[2]);
-            return index + 3;
-        }
-        if (left < 2) return kRanOut;
-        m.data1 = signedByte(bytes[1]);
-        m.data2 = 0;
-        return index + 2;
+        m.channel = kImportCh != -1 ? (b & 0x0F) : -1;
+        ++index;
     }
-
-    // Running status. Before a track's first status byte the status is 0, a one-byte group.
+    // Running status keeps the group of the last status byte; before a track's first one the
+    // status is 0, a one-byte group.
     if (takesTwoDataBytes(m.status)) {
-        if (left < 2) return kRanOut;
-        m.data1 = signedByte(b);
-        m.data2 = signedByte(bytes[1]);
+        if (size - index < 2) return kRanOut;
+        m.data1 = bytes[index];
+        m.data2 = bytes[index + 1];
         return index + 2;
     }
-    m.data1 = signedByte(b);
+    if (size - index < 1) return kRanOut;
+    m.data1 = bytes[index];
     m.data2 = 0;
     return index + 1;
 }

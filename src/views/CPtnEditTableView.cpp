@@ -1,6 +1,5 @@
 #include "views/CPtnEditTableView.h"
 
-#include "model/CKitMgr.h"
 #include "model/CPatternMgr.h"
 #include "model/Context.h"
 #include "views/PatternEdits.h"
@@ -35,15 +34,6 @@ void asCopy(Event* event, Handler&& handle) {
 }
 
 }  // namespace
-
-QString CPtnEditTableView::kitName(std::int32_t kit) {
-    const auto& names = Context::current().kits().getKitArray();
-    if (kit >= 0 && static_cast<std::size_t>(kit) < names.size()) {
-        QString name = QString::fromStdString(names[static_cast<std::size_t>(kit)]).trimmed();
-        if (!name.isEmpty()) return name;
-    }
-    return QString::number(kit + 1);
-}
 
 CPtnEditTableView::CPtnEditTableView(EditHistory& history, QWidget* parent)
     : QTableView(parent), mHistory(history), mModel(new PatternListModel(history, this)) {

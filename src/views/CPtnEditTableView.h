@@ -23,8 +23,6 @@ public:
     void reloadData();
     std::set<std::int32_t> selectedRowIndexes() const;
     PatternListModel& listModel() const { return *mModel; }
-    // The kit's name as the unit reported it, else its number from 1.
-    static QString kitName(std::int32_t kit);
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;

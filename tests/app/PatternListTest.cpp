@@ -7,7 +7,6 @@
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "views/CPtnEditTableView.h"
-#include "views/EditHistory.h"
 #include "views/PatternListModel.h"
 
 #include <QAbstractItemModelTester>
@@ -28,7 +27,7 @@ CPatternMgr& patterns() {
     return Context::current().patterns();
 }
 
-// The window with `count` patterns named p0, p1, ... and nothing to undo. Every change of the
+// The window with `count` patterns named p0, p1, ... and nothing to undo yet. Every change of the
 // list is checked by the model tester, and none may reset the model.
 class ListRig {
 public:
@@ -37,7 +36,6 @@ public:
         while (patterns().getPtnData().size() < count) patterns().addPatternData();
         for (std::size_t i = 0; i < count; ++i)
             patterns().getPtnData()[i]->setName("p" + std::to_string(i));
-        rig.window().editHistory().clear();
     }
     views::CPtnEditTableView& list() { return *rig.window().mPtnEditTableView(); }
     // As a click on the first row and Ctrl+clicks on the others would.

@@ -1,4 +1,5 @@
 #include "cli/BackupsCommand.h"
+#include "cli/CommandRig.h"
 #include "cli/ConvertCommand.h"
 #include "cli/JsonWriter.h"
 #include "cli/ListCommand.h"
@@ -9,15 +10,13 @@
 #include "files/SettingsCopy.h"
 #include "files/SmfBuilder.h"
 #include "model/Context.h"
-#include "model/Log.h"
-#include "support/ScratchFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
 #include <algorithm>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -26,9 +25,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::Bytes;
+using test::Command;
 using test::smfFile;
 using test::TrackBuilder;
-using Command = int (*)(const Args&, CommandIo);
+using ::testing::HasSubstr;
 
 // `bars` bars of quarter notes at division 96, after a Set Tempo when `micros` is set; format
 // 1 puts an empty track before them.
@@ -48,31 +48,14 @@ std::size_t occurrences(const std::string& text, const std::string& part) {
     return n;
 }
 
-class CommandTest : public ::testing::Test {
+class CommandTest : public ::testing::Test, public test::CommandRig {
 protected:
-    // Every Kit and Tempo read is logged; thousands of lines a run say nothing here.
-    CommandTest() {
-        Log::setSink([](std::string_view, std::string_view) {});
-    }
-    ~CommandTest() override { Log::setSink({}); }
-
-    int run(Command command, const Args& args) {
-        out.str("");
-        err.str("");
-        return command(args, {out, err});
-    }
     std::string file(const std::string& name, const Bytes& bytes) {
         return test::writeBytes(dir / name, bytes).string();
-    }
-    bool errSays(const std::string& text) const {
-        return err.str().find(text) != std::string::npos;
     }
     std::string outFile() const { return (dir / "OUT.QL0").string(); }
 
     Context ctx;
-    test::ScratchFolder dir;
-    std::ostringstream out;
-    std::ostringstream err;
 };
 
 TEST_F(CommandTest, BadCommandLinesExitTwoWithTheUsage) {
@@ -94,7 +77,7 @@ TEST_F(CommandTest, BadCommandLinesExitTwoWithTheUsage) {
     };
     for (const Case& c : cases) {
         EXPECT_EQ(run(c.command, c.args), kExitUsage) << c.usage;
-        EXPECT_TRUE(errSays(std::string("usage: tavrel-cli ") + c.usage)) << err.str();
+        EXPECT_THAT(err.str(), HasSubstr(std::string("usage: tavrel-cli ") + c.usage));
         EXPECT_EQ(out.str(), "");
     }
     EXPECT_FALSE(fs::exists(outFile()));
@@ -112,9 +95,7 @@ TEST_F(CommandTest, SmfReportsEveryRecordAndABrokenFileStillGivesOneJsonObject) 
     EXPECT_EQ(err.str(), "");
 
     ASSERT_EQ(run(&SmfCommand::run, {file("one.mid", groove(1, 500000))}), kExitOk);
-    EXPECT_NE(out.str().find("notes:   4\n  length:  384 ticks at 96 per quarter, 1 bars"),
-              std::string::npos)
-        << out.str();
+    EXPECT_THAT(out.str(), HasSubstr("notes:   4\n  length:  384 ticks at 96 per quarter, 1 bars"));
 
     const std::vector<std::pair<std::string, std::string>> broken = {
         {file("junk.mid", {'R', 'I', 'F', 'F', 0, 0}), "0"},
@@ -126,7 +107,7 @@ TEST_F(CommandTest, SmfReportsEveryRecordAndABrokenFileStillGivesOneJsonObject) 
                                  ",\"loaded\":false,\"tempo\":0,\"count\":0,\"records\":[]}\n");
         EXPECT_EQ(occurrences(err.str(), "\n"), 1u) << err.str();
     }
-    EXPECT_TRUE(errSays("cannot be read"));
+    EXPECT_THAT(err.str(), HasSubstr("cannot be read"));
 }
 
 std::string variationsJson(int bars, int count) {
@@ -144,7 +125,7 @@ TEST_F(CommandTest, MidiFilesComeBackThroughConvertAndList) {
     const auto first = file("a-very-long-groove.mid", groove(2, 300000));
     const auto second = file("b.mid", groove(3, 500000, 1));
     ASSERT_EQ(run(&ConvertCommand::run, {first, second, "-o", outFile()}), kExitOk) << err.str();
-    EXPECT_TRUE(errSays("b.mid: SMF Format 1 Merge all tracks. -> OK")) << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("b.mid: SMF Format 1 Merge all tracks. -> OK"));
 
     ASSERT_EQ(run(&ListCommand::run, {outFile(), "--json"}), kExitOk) << err.str();
     EXPECT_EQ(out.str(),
@@ -166,13 +147,11 @@ TEST_F(CommandTest, MidiFilesComeBackThroughConvertAndList) {
     const std::string raw = "\x1b[2J\xc2\x9b\xe9\\\xc3\xa9.";
     std::copy(raw.begin(), raw.end(), patterns.begin() + 12);
     ASSERT_EQ(run(&ListCommand::run, {file("odd.QL0", patterns)}), kExitOk);
-    EXPECT_NE(out.str().find(R"("\x1b[2J\xc2\x9b\xe9\\)"
-                             "\xc3\xa9.-\""),
-              std::string::npos)
-        << out.str();
+    EXPECT_THAT(out.str(), HasSubstr(R"("\x1b[2J\xc2\x9b\xe9\\)"
+                                     "\xc3\xa9.-\""));
 
     EXPECT_EQ(run(&ListCommand::run, {first}), kExitFailed);
-    EXPECT_TRUE(errSays("not a pattern file")) << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("not a pattern file"));
     EXPECT_EQ(out.str(), "");
 }
 
@@ -186,25 +165,25 @@ TEST_F(CommandTest, ConvertSkipsFilesThatMakeNoPatternAndSaysWhy) {
     ASSERT_EQ(run(&ConvertCommand::run,
                   {junk, good, multi, blip, missing, "--no-merge", "-o", outFile()}),
               kExitFailed);
-    EXPECT_TRUE(errSays("4 of 5 MIDI files made no pattern")) << err.str();
-    EXPECT_TRUE(errSays("junk.mid: no pattern: not a Standard MIDI File")) << err.str();
-    EXPECT_TRUE(errSays("multi.mid: no pattern: its tracks were not merged")) << err.str();
-    EXPECT_TRUE(errSays("blip.mid: no pattern: its notes last less than one bar")) << err.str();
-    EXPECT_TRUE(errSays("missing.mid: no pattern: cannot be read: No such file or directory"))
-        << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("4 of 5 MIDI files made no pattern"));
+    EXPECT_THAT(err.str(), HasSubstr("junk.mid: no pattern: not a Standard MIDI File"));
+    EXPECT_THAT(err.str(), HasSubstr("multi.mid: no pattern: its tracks were not merged"));
+    EXPECT_THAT(err.str(), HasSubstr("blip.mid: no pattern: its notes last less than one bar"));
+    EXPECT_THAT(err.str(),
+                HasSubstr("missing.mid: no pattern: cannot be read: No such file or directory"));
     ASSERT_EQ(run(&ListCommand::run, {outFile()}), kExitOk);
     EXPECT_TRUE(out.str().starts_with("1 pattern\n  1  \"good        \"")) << out.str();
 
     fs::remove(outFile());
     EXPECT_EQ(run(&ConvertCommand::run, {junk, missing, "-o", outFile()}), kExitFailed);
-    EXPECT_TRUE(errSays("no pattern made")) << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("no pattern made"));
     EXPECT_FALSE(fs::exists(outFile()));
 
     // Why a write failed is said without -v, in one line.
     EXPECT_EQ(run(&ConvertCommand::run, {good, "-o", good + "/OUT.QL0"}), kExitFailed);
-    EXPECT_TRUE(errSays("cannot write " + good + "/OUT.QL0: cannot create a temporary file in " +
-                        good + ": Not a directory\n"))
-        << err.str();
+    EXPECT_THAT(err.str(),
+                HasSubstr("cannot write " + good + "/OUT.QL0: cannot create a temporary file in " +
+                          good + ": Not a directory\n"));
 }
 
 TEST_F(CommandTest, BackupsListsTheCopiesOfEachTargetNewestFirst) {
@@ -214,8 +193,8 @@ TEST_F(CommandTest, BackupsListsTheCopiesOfEachTargetNewestFirst) {
         args.push_back(good);  // one pattern more each time
         ASSERT_EQ(run(&ConvertCommand::run, args), kExitOk);
     }
-    EXPECT_TRUE(errSays("the OUT.QL0 it replaced is kept at " + dir.backups().string()))
-        << err.str();
+    EXPECT_THAT(err.str(),
+                HasSubstr("the OUT.QL0 it replaced is kept at " + dir.backups().string()));
     test::writeBytes(dir / "notes.txt", {'a'});
     ASSERT_TRUE(AtomicFileWriter::write(dir / "notes.txt", Bytes{'b'}).ok);
 
@@ -237,7 +216,7 @@ TEST_F(CommandTest, ConvertWritesFiftyPatternsAtMost) {
     const Bytes one = groove(1);
     for (int i = 0; i < 51; ++i) args.push_back(file("g" + std::to_string(i) + ".mid", one));
     EXPECT_EQ(run(&ConvertCommand::run, args), kExitFailed);
-    EXPECT_TRUE(errSays("51 patterns made")) << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("51 patterns made"));
     EXPECT_FALSE(fs::exists(outFile()));
 
     args.pop_back();
@@ -283,7 +262,7 @@ TEST_F(CommandTest, MemoryShowsEveryUserPatternOfEveryMemory) {
 
 TEST_F(CommandTest, MemoryWithoutAReadableMemoryFileExitsOneWithOneLine) {
     EXPECT_EQ(run(&MemoryCommand::run, {(dir / "missing").string()}), kExitFailed);
-    EXPECT_TRUE(errSays("not a folder")) << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("not a folder"));
     EXPECT_EQ(occurrences(err.str(), "\n"), 1u);
     EXPECT_EQ(out.str(), "");
 
@@ -292,7 +271,7 @@ TEST_F(CommandTest, MemoryWithoutAReadableMemoryFileExitsOneWithOneLine) {
                      test::settingsCopy("<sys><SETUP><MemNum>7</MemNum></SETUP></sys>", 0));
     EXPECT_EQ(run(&MemoryCommand::run, {dir.path().string(), "--json"}), kExitFailed);
     EXPECT_EQ(out.str(), "{\"current\":7,\"memories\":[]}\n");
-    EXPECT_TRUE(errSays("readable memory file")) << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("readable memory file"));
     EXPECT_EQ(occurrences(err.str(), "\n"), 1u);
 }
 
@@ -339,9 +318,9 @@ TEST_F(CommandTest, ApplyAllChangesOnlyKitTempoAndGenerationOfTheMemoryFile) {
     const fs::path data = dir / "unit" / "VANTIK" / "DATA";
     test::writeBytes(data / "MEMORY1.QL0", test::settingsCopy(before, 9));
     ASSERT_EQ(run(&UnitCommand::run, applyAll), kExitOk) << err.str();
-    EXPECT_TRUE(errSays("Now Working... (0%)\n") && errSays("Now Working... (100%)\n"));
-    EXPECT_NE(out.str().find("set 3 times in 50 memories; 97 left out"), std::string::npos)
-        << out.str();
+    EXPECT_THAT(err.str(), HasSubstr("Now Working... (0%)\n"));
+    EXPECT_THAT(err.str(), HasSubstr("Now Working... (100%)\n"));
+    EXPECT_THAT(out.str(), HasSubstr("set 3 times in 50 memories; 97 left out"));
 
     std::string expected = before;
     const auto change = [&](const std::string& from, const std::string& to) {

@@ -1,37 +1,28 @@
 // `tavrel-cli preview` into the unit simulated inside the command.
+#include "cli/CommandRig.h"
 #include "cli/PreviewCommand.h"
-#include "model/Log.h"
-#include "support/ScratchFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <pthread.h>
 #include <signal.h>
 
 #include <regex>
-#include <sstream>
 #include <string>
 
 namespace tavrel::cli {
 namespace {
 
-class PreviewCommandTest : public ::testing::Test {
-protected:
-    PreviewCommandTest() {
-        Log::setSink([](std::string_view, std::string_view) {});
-    }
-    ~PreviewCommandTest() override { Log::setSink({}); }
+using ::testing::HasSubstr;
 
+// The simulated unit's storage goes to the rig's folder.
+class PreviewCommandTest : public ::testing::Test, public test::CommandRig {
+protected:
     int preview(Args args) {
         args.insert(args.begin(), std::string(TAVREL_EXAMPLES_DIR) + "/rock-4-4.mid");
-        out.str("");
-        err.str("");
-        return PreviewCommand::run(args, {out, err});
+        return run(&PreviewCommand::run, args);
     }
-
-    test::ScratchFolder dir;  // the simulated unit's storage goes here
-    std::ostringstream out;
-    std::ostringstream err;
 };
 
 TEST_F(PreviewCommandTest, PlaysTheWindowIntoTheSimulatedUnitAndEndsEveryNote) {
@@ -39,10 +30,9 @@ TEST_F(PreviewCommandTest, PlaysTheWindowIntoTheSimulatedUnitAndEndsEveryNote) {
                        "350", "--seconds", "1"}),
               kExitOk)
         << err.str();
-    EXPECT_NE(out.str().find("variation 1, bars 2 to 2, tempo 350, 4/4, through QL-900 MIDI 1\n"),
-              std::string::npos)
-        << out.str();
-    EXPECT_NE(out.str().find("Stopped after 1."), std::string::npos) << out.str();
+    EXPECT_THAT(out.str(), HasSubstr("variation 1, bars 2 to 2, tempo 350, 4/4, through QL-900 "
+                                     "MIDI 1\n"));
+    EXPECT_THAT(out.str(), HasSubstr("Stopped after 1."));
     std::smatch heard;
     const std::string text = out.str();
     ASSERT_TRUE(std::regex_search(text, heard,
@@ -63,7 +53,7 @@ TEST_F(PreviewCommandTest, CtrlCStopsItLongBeforeItsTime) {
     const int exit = preview({"--simulate", "--seconds", "600"});
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     EXPECT_EQ(exit, kExitOk) << err.str();
-    EXPECT_NE(out.str().find("Interrupted after 0."), std::string::npos) << out.str();
+    EXPECT_THAT(out.str(), HasSubstr("Interrupted after 0."));
 }
 
 TEST_F(PreviewCommandTest, WrongLinesExitTwoAndAWindowPastTheFileOne) {
@@ -74,11 +64,11 @@ TEST_F(PreviewCommandTest, WrongLinesExitTwoAndAWindowPastTheFileOne) {
                                               {"--simulate=QL-1000"},
                                               {"--surprise"}}) {
         EXPECT_EQ(preview(args), kExitUsage) << args.front();
-        EXPECT_NE(err.str().find("; usage: tavrel-cli preview "), std::string::npos) << err.str();
+        EXPECT_THAT(err.str(), HasSubstr("; usage: tavrel-cli preview "));
     }
     EXPECT_EQ(PreviewCommand::run({"--simulate"}, {out, err}), kExitUsage);
     EXPECT_EQ(preview({"--simulate", "--from", "9999"}), kExitFailed);
-    EXPECT_NE(err.str().find("past the end"), std::string::npos) << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("past the end"));
 }
 
 }  // namespace

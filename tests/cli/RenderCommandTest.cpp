@@ -1,35 +1,28 @@
 // `tavrel-cli render` and `tavrel-cli preview --synth`: the built-in synthesizer from the
 // command line.
+#include "cli/CommandRig.h"
 #include "cli/ConvertCommand.h"
 #include "cli/PreviewCommand.h"
 #include "cli/RenderCommand.h"
 #include "playback/SynthFixture.h"
-#include "support/ScratchFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
 
 namespace tavrel::cli {
 namespace {
 
+using ::testing::HasSubstr;
+
 const std::string kRock = std::string(TAVREL_EXAMPLES_DIR) + "/rock-4-4.mid";
 constexpr std::uintmax_t kWavHeader = 44;
 constexpr std::uintmax_t kFrameBytes = 4;  // 16-bit stereo
 
-class RenderCommandTest : public test::SynthFixture {
+class RenderCommandTest : public test::SynthFixture, public test::CommandRig {
 protected:
-    int run(int (*command)(const Args&, CommandIo), const Args& args) {
-        out.str("");
-        err.str("");
-        return command(args, {out, err});
-    }
     std::string wav() const { return (dir.path() / "out.wav").string(); }
-
-    test::ScratchFolder dir;
-    std::ostringstream out;
-    std::ostringstream err;
 };
 
 // One bar at 240 loops after 383 ticks of 625/240 ms: 997 ms a pass.
@@ -41,7 +34,7 @@ TEST_F(RenderCommandTest, RendersTheChosenWindowOfAMidiFileOrAPatternFile) {
                                             "--loops", "3", "--variation", "1"}),
                   kExitOk)
             << input << ": " << err.str();
-        EXPECT_NE(out.str().find("3 passes of 383 ticks"), std::string::npos) << out.str();
+        EXPECT_THAT(out.str(), HasSubstr("3 passes of 383 ticks"));
         const std::uintmax_t frames =
             (std::filesystem::file_size(wav()) - kWavHeader) / kFrameBytes;
         EXPECT_GE(frames, 3U * 997 * 48) << input;
@@ -49,8 +42,7 @@ TEST_F(RenderCommandTest, RendersTheChosenWindowOfAMidiFileOrAPatternFile) {
         EXPECT_FALSE(std::filesystem::exists(wav() + ".part"));
     }
     EXPECT_EQ(run(&RenderCommand::run, {patterns + ":2", "-o", wav()}), kExitFailed);
-    EXPECT_NE(err.str().find("has 1 patterns; there is no pattern 2"), std::string::npos)
-        << err.str();
+    EXPECT_THAT(err.str(), HasSubstr("has 1 patterns; there is no pattern 2"));
 }
 
 TEST_F(RenderCommandTest, FailuresSayWhyInOneLineAndLeaveNoFile) {
@@ -67,7 +59,7 @@ TEST_F(RenderCommandTest, FailuresSayWhyInOneLineAndLeaveNoFile) {
     test::writeBytes(notAFont, {'R', 'I', 'F', 'F', 0, 0});
     for (const std::string& font : {notAFont, notAFont + ".missing"}) {
         EXPECT_EQ(run(&RenderCommand::run, {kRock, "-o", wav(), "--soundfont", font}), kExitFailed);
-        EXPECT_NE(err.str().find(font), std::string::npos) << err.str();
+        EXPECT_THAT(err.str(), HasSubstr(font));
         EXPECT_EQ(err.str().find('\n'), err.str().size() - 1) << "one line: " << err.str();
         EXPECT_FALSE(std::filesystem::exists(wav()));
         EXPECT_FALSE(std::filesystem::exists(wav() + ".part"));
@@ -76,7 +68,7 @@ TEST_F(RenderCommandTest, FailuresSayWhyInOneLineAndLeaveNoFile) {
 
 TEST_F(RenderCommandTest, WrongLinesExitTwoWithTheUsage) {
     struct Case {
-        int (*command)(const Args&, CommandIo);
+        test::Command command;
         Args args;
         const char* usage;
     };
@@ -92,8 +84,7 @@ TEST_F(RenderCommandTest, WrongLinesExitTwoWithTheUsage) {
     };
     for (const Case& c : cases) {
         EXPECT_EQ(run(c.command, c.args), kExitUsage) << c.args.back();
-        EXPECT_NE(err.str().find(std::string("; usage: tavrel-cli ") + c.usage), std::string::npos)
-            << err.str();
+        EXPECT_THAT(err.str(), HasSubstr(std::string("; usage: tavrel-cli ") + c.usage));
     }
 }
 
@@ -106,8 +97,7 @@ TEST_F(RenderCommandTest, PreviewThroughTheSynthesizerPlaysWithOrWithoutAudio) {
                 text.starts_with("No audio output opened (tried pipewire, pulseaudio, jack, "
                                  "alsa); the built-in synthesizer plays silently\n"))
         << text;
-    EXPECT_NE(text.find("through the built-in synthesizer\nStopped after 1."), std::string::npos)
-        << text;
+    EXPECT_THAT(text, HasSubstr("through the built-in synthesizer\nStopped after 1."));
     EXPECT_EQ(err.str(), "");
 }
 

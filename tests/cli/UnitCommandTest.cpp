@@ -1,19 +1,18 @@
 // `tavrel-cli unit` end to end against the unit simulated inside the command, in a storage
 // folder of the test's. The simulated unit answers at once, so nothing here waits.
+#include "cli/CommandRig.h"
 #include "cli/ConvertCommand.h"
 #include "cli/UnitCommand.h"
 #include "cli/UnitOptions.h"
 #include "cli/UnitSession.h"
 #include "model/Context.h"
-#include "model/Log.h"
 #include "sim/FactoryKits.h"
 #include "sim/SimulatedUnit.h"
-#include "support/ScratchFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <regex>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -39,19 +38,13 @@ std::string withoutElapsed(const std::string& json) {
     return std::regex_replace(json, std::regex("\"elapsed_ms\":[0-9]+,"), "");
 }
 
-class UnitCommandTest : public ::testing::Test {
+// The rig's folder points XDG_DATA_HOME into itself.
+class UnitCommandTest : public ::testing::Test, public test::CommandRig {
 protected:
-    UnitCommandTest() {
-        Log::setSink([](std::string_view, std::string_view) {});
-    }
-    ~UnitCommandTest() override { Log::setSink({}); }
-
     // `tavrel-cli unit ACTION ARGS... --simulate=MODEL --sim-storage STORAGE`.
     int unit(Args args, const std::string& model = "QL-900") {
         args.insert(args.end(), {"--simulate=" + model, "--sim-storage", storage().string()});
-        out.str("");
-        err.str("");
-        return UnitCommand::run(args, {out, err});
+        return run(&UnitCommand::run, args);
     }
     // A pattern file converted from the examples named.
     std::string convert(const std::vector<std::string>& examples) {
@@ -92,10 +85,6 @@ protected:
 
     fs::path storage() const { return dir / "unit"; }
     fs::path unitFile() const { return storage() / "VANTIK" / "DATA" / "RHYTHM.QL0"; }
-
-    test::ScratchFolder dir;  // points XDG_DATA_HOME into itself
-    std::ostringstream out;
-    std::ostringstream err;
 };
 
 TEST_F(UnitCommandTest, BadCommandLinesExitTwoWithoutStartingAUnit) {
@@ -111,10 +100,8 @@ TEST_F(UnitCommandTest, BadCommandLinesExitTwoWithoutStartingAUnit) {
         {"load", "--simulate", "--volume-root", storage},
     };
     for (const Args& args : cases) {
-        out.str("");
-        err.str("");
-        EXPECT_EQ(UnitCommand::run(args, {out, err}), kExitUsage) << err.str();
-        EXPECT_NE(err.str().find("; usage: tavrel-cli unit "), std::string::npos) << err.str();
+        EXPECT_EQ(run(&UnitCommand::run, args), kExitUsage);
+        EXPECT_THAT(err.str(), ::testing::HasSubstr("; usage: tavrel-cli unit "));
         EXPECT_EQ(out.str(), "");
     }
     EXPECT_FALSE(fs::exists(storage));

@@ -15,17 +15,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::Bytes;
+using test::namesIn;
 using test::readBytes;
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    std::error_code ec;
-    for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec)) {
-        names.push_back(it->path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 class AtomicFileWriterTest : public ::testing::Test {
 protected:

@@ -128,6 +128,12 @@ TEST(PhraseFileTiming, TicksAreScaledToTheGridOneDeltaAtATime) {
         {"a gap of 65,536 steps wraps to 0",
          single(96, TrackBuilder().noteOn(65536, 36, 100).noteOn(65537, 38, 100)),
          {rec(0, 36, 100), rec(1, 38, 100), rec(1, 0, 0)}},
+        // 268,435,455 ticks of 10 are past int32: the time is -2^31, step -214,748,364, which
+        // is 13,108 in 16 bits; the later steps are cut toward zero.
+        {"a time past int32 is the most negative one",
+         single(96,
+                TrackBuilder().noteOn(0x0FFFFFFF, 36, 100).noteOn(0, 38, 100).noteOn(10, 40, 100)),
+         {rec(13108, 36, 100), rec(0, 38, 100), rec(9, 40, 100), rec(0, 0, 0)}},
     });
 }
 

@@ -15,19 +15,13 @@
 namespace tavrel::test {
 namespace {
 
-class SynthOutputTest : public ::testing::Test {
+class SynthOutputTest : public SynthFixture {
 protected:
-    SynthOutputTest() {
-        Log::setSink([](std::string_view, std::string_view) {});
-    }
-    ~SynthOutputTest() override { Log::setSink({}); }
-
     void SetUp() override {
-        const auto font = DrumSynth::defaultSoundFont();
-        if (!font) GTEST_SKIP() << "no General MIDI SoundFont installed (./dev deps installs one)";
-        std::string error;
-        synth = DrumSynth::open(*font, 48000, error);
-        ASSERT_TRUE(synth) << error;
+        SynthFixture::SetUp();
+        if (IsSkipped()) return;
+        synth = openSynth(48000);
+        ASSERT_TRUE(synth);
     }
 
     // Whether anything sounds after a short render.

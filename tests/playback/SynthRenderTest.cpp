@@ -69,19 +69,13 @@ float loudest(const std::vector<float>& samples, std::int64_t from, std::int64_t
     return peak;
 }
 
-class SynthRenderTest : public ::testing::Test {
+class SynthRenderTest : public SynthFixture {
 protected:
-    SynthRenderTest() {
-        Log::setSink([](std::string_view, std::string_view) {});
-    }
-    ~SynthRenderTest() override { Log::setSink({}); }
-
     void SetUp() override {
-        const auto font = DrumSynth::defaultSoundFont();
-        if (!font) GTEST_SKIP() << "no General MIDI SoundFont installed (./dev deps installs one)";
-        std::string error;
-        synth = DrumSynth::open(*font, DownSampler::kInRate, error);
-        ASSERT_TRUE(synth) << error;
+        SynthFixture::SetUp();
+        if (IsSkipped()) return;
+        synth = openSynth(DownSampler::kInRate);
+        ASSERT_TRUE(synth);
     }
 
     // A two-bar phrase of which the one-bar window plays: the note after the window is never

@@ -25,13 +25,9 @@ namespace {
 namespace fs = std::filesystem;
 using sim::StorageSeeder;
 using test::Bytes;
+using test::namesIn;
 using test::readBytes;
-
-std::set<std::string> namesIn(const fs::path& folder) {
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());
-    return names;
-}
+using Names = std::vector<std::string>;
 
 class StorageTest : public ::testing::Test {
 protected:
@@ -52,9 +48,9 @@ protected:
 
 TEST_F(StorageTest, ANewUnitGetsAnEmptyPatternFileAndTwoCopiesOfEachSettingsFileOnce) {
     ASSERT_TRUE(StorageSeeder::seed(root / "VANTIK"));
-    EXPECT_EQ(namesIn(root / "VANTIK"), std::set<std::string>{"DATA"});
-    EXPECT_EQ(namesIn(data), (std::set<std::string>{"MEMORY1.QL0", "MEMORY2.QL0", "RHYTHM.QL0",
-                                                    "SYSTEM1.QL0", "SYSTEM2.QL0"}));
+    EXPECT_EQ(namesIn(root / "VANTIK"), Names{"DATA"});
+    EXPECT_EQ(namesIn(data),
+              (Names{"MEMORY1.QL0", "MEMORY2.QL0", "RHYTHM.QL0", "SYSTEM1.QL0", "SYSTEM2.QL0"}));
     const Bytes rhythm = readBytes(data / "RHYTHM.QL0");
     ASSERT_EQ(rhythm.size(), 2009212u);
     EXPECT_EQ(Bytes(rhythm.begin(), rhythm.begin() + 12),

@@ -40,7 +40,7 @@ bool isNoteOff(const Event& e) {
     return e.type == SND_SEQ_EVENT_NOTEOFF || (e.type == SND_SEQ_EVENT_NOTEON && e.velocity == 0);
 }
 
-std::size_t notesDueBy(const std::vector<PreviewSchedule::Note>& notes, std::int64_t micros) {
+std::size_t notesDueBy(const std::vector<ScheduledNote>& notes, std::int64_t micros) {
     std::size_t count = 0;
     while (count < notes.size() && NoteTiming::dueMicros(notes[count].tick, kTempo) <= micros) {
         ++count;
@@ -50,7 +50,7 @@ std::size_t notesDueBy(const std::vector<PreviewSchedule::Note>& notes, std::int
 
 // Each note's error against its tick's due time, both counted from the first note.
 NoteTiming::Figures timing(const std::vector<Event>& noteOns,
-                           const std::vector<PreviewSchedule::Note>& expected) {
+                           const std::vector<ScheduledNote>& expected) {
     NoteTiming timing;
     const std::int64_t firstDue = NoteTiming::dueMicros(expected.front().tick, kTempo);
     for (std::size_t i = 0; i < noteOns.size(); ++i) {
@@ -79,7 +79,7 @@ class PreviewOverSequencerTest : public SequencerTest {};
 TEST_F(PreviewOverSequencerTest, TheWindowsNotesArriveOnChannel10OnTheTickSchedule) {
     std::filesystem::remove(TAVREL_TIMING_REPORT);  // no figures of an earlier run pass for these
     const std::string file = std::string(TAVREL_EXAMPLES_DIR) + "/rock-4-4.mid";
-    const auto expected = PreviewSchedule::notes(file, kTempo, (kSeconds + 1) * kTempo * 96 / 60);
+    const auto expected = previewSchedule(file, kTempo, (kSeconds + 1) * kTempo * 96 / 60);
     ASSERT_FALSE(expected.empty());
     AlsaRecorder recorder("tavrel-test-recorder");
     ASSERT_TRUE(recorder.ok());

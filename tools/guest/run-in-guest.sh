@@ -2,7 +2,7 @@
 # Runs one command inside a throw-away qemu guest whose kernel has an ALSA sequencer, and
 # exits with the command's own status.
 #
-#   tests/guest/run-in-guest.sh [--share DIR]... [--env NAME=VALUE]... [--timeout SECONDS]
+#   tools/guest/run-in-guest.sh [--share DIR]... [--env NAME=VALUE]... [--timeout SECONDS]
 #                               -- COMMAND [ARGS]...
 #
 # The guest sees this computer's file system at the same paths (through 9p), so the command runs

@@ -1,0 +1,208 @@
+// The variation panes as a user works them: typing in the fields, dragging the window's
+// edges and middle in the strip, undoing, and the fields waiting for a pending preview change.
+#include "model/CPhraseData.h"
+#include "model/CPtnDataMgr.h"
+#include "playback/PreviewRig.h"
+#include "views/CVariationDrawView.h"
+#include "views/CVariationEditBaseView.h"
+#include "views/EditHistory.h"
+
+#include <gtest/gtest.h>
+
+#include <QLineEdit>
+#include <QTest>
+#include <QUndoStack>
+
+#include <memory>
+
+namespace tavrel::test {
+namespace {
+
+using views::CVariationEditBaseView;
+using Window = std::pair<int, int>;  // from, bars
+
+class VariationPaneTest : public testing::Test {
+protected:
+    // A current pattern whose variations are `total` bars of 4/4, variation `vari` with
+    // `start` as its window and its pane on screen.
+    CVariationEditBaseView& pane(std::int32_t vari, int total, Window start = {2, 3}) {
+        mPattern = rig.pattern({{0, 36}}, total * 384);
+        mVari = vari;
+        PreviewRig::give(phrase(), {{0, 36}}, total * 384);
+        phrase().setFrom(start.first);
+        phrase().setBars(start.second);
+        mPane.reset(CVariationEditBaseView::make(vari, rig.seq, history));
+        mPane->resize(640, mPane->sizeHint().height());
+        mPane->show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(mPane.get()));
+        history.clear();
+        return *mPane;
+    }
+    CPhraseData& phrase() { return *mPattern->getPhraseAtVariation(mVari); }
+    Window window() { return {phrase().getFrom(), phrase().getBars()}; }
+    QWidget& strip() { return *mPane->mDrawView(); }
+    int x(double bar) { return static_cast<int>(bar * strip().width() / phrase().getTotalBars()); }
+    QPoint at(int px) { return {px, strip().height() / 2}; }
+    // Presses at `from`, moves there in half-bar steps to `to` and releases.
+    void drag(int from, int to) {
+        QTest::mousePress(&strip(), Qt::LeftButton, {}, at(from));
+        const int step = std::max(1, x(0.5));
+        for (int p = from; p != to;) {
+            p = from < to ? std::min(to, p + step) : std::max(to, p - step);
+            QTest::mouseMove(&strip(), at(p));
+        }
+        QTest::mouseRelease(&strip(), Qt::LeftButton, {}, at(to));
+    }
+    // A changed window is one step of the history, which undo and redo walk; no change, none.
+    void expectOneStep(Window before, Window after) {
+        ASSERT_EQ(history.stack().count(), before == after ? 0 : 1);
+        if (before == after) return;
+        history.stack().undo();
+        EXPECT_EQ(window(), before);
+        history.stack().redo();
+        EXPECT_EQ(window(), after);
+    }
+
+    PreviewRig rig;
+    views::EditHistory history;
+    std::shared_ptr<CPtnDataMgr> mPattern;
+    std::unique_ptr<CVariationEditBaseView> mPane;
+    std::int32_t mVari = 0;
+};
+
+TEST_F(VariationPaneTest, DraggingAnEdgeOrTheMiddleMovesTheWindowAsOneStep) {
+    enum Grab { Left, Right, Middle };
+    const struct {
+        const char* what;
+        std::int32_t vari;
+        int total;
+        Window start;
+        Grab grab;
+        double toBar;  // the pointer's last place
+        Window expected;
+        Qt::CursorShape hover;
+    } cases[] = {
+        {"right edge", 1, 8, {2, 3}, Right, 6.5, {2, 5}, Qt::IBeamCursor},
+        {"left edge keeps the end, stops at bar 1",
+         1,
+         8,
+         {2, 3},
+         Left,
+         -1.0,
+         {0, 5},
+         Qt::IBeamCursor},
+        {"left edge stops before the end", 1, 8, {2, 3}, Left, 7.5, {4, 1}, Qt::IBeamCursor},
+        {"middle", 3, 8, {2, 3}, Middle, 5.5, {4, 3}, Qt::OpenHandCursor},
+        {"middle past the end shortens", 3, 8, {2, 3}, Middle, 7.9, {6, 2}, Qt::OpenHandCursor},
+        {"middle stops at bar 1", 3, 8, {2, 3}, Middle, -2.0, {0, 3}, Qt::OpenHandCursor},
+        {"fill right edge", 2, 8, {2, 3}, Right, 6.5, {2, 3}, Qt::ArrowCursor},
+        {"fill left edge moves", 2, 8, {2, 3}, Left, 0.5, {0, 3}, Qt::ArrowCursor},
+        {"fill middle", 4, 8, {2, 3}, Middle, 4.5, {3, 3}, Qt::OpenHandCursor},
+        {"one bar played whole", 1, 1, {0, 1}, Middle, 0.9, {0, 1}, Qt::ArrowCursor},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        pane(c.vari, c.total, c.start);
+        const auto [from, bars] = c.start;
+        const int grab = c.grab == Left    ? x(from) + 2
+                         : c.grab == Right ? x(from + bars) - 2
+                                           : x(from + bars / 2.0);
+        QTest::mouseMove(&strip(), at(grab + 1));  // a move to where the pointer is is none
+        QTest::mouseMove(&strip(), at(grab));
+        EXPECT_EQ(strip().cursor().shape(), c.hover);
+        drag(grab, x(c.toBar));
+        EXPECT_EQ(window(), c.expected);
+        expectOneStep(c.start, c.expected);
+    }
+}
+
+TEST_F(VariationPaneTest, ArrowKeysMoveTheWindowOrWithShiftItsEnd) {
+    const struct {
+        std::int32_t vari;
+        Window start;
+        Qt::Key key;
+        Qt::KeyboardModifiers modifiers;
+        Window expected;
+    } cases[] = {
+        {1, {2, 3}, Qt::Key_Left, {}, {1, 3}},
+        {1, {5, 3}, Qt::Key_Right, {}, {6, 2}},
+        {1, {2, 3}, Qt::Key_Right, Qt::ShiftModifier, {2, 4}},
+        {2, {2, 3}, Qt::Key_Right, Qt::ShiftModifier, {2, 3}},
+        {1, {2, 3}, Qt::Key_Right, Qt::ControlModifier, {2, 3}},
+    };
+    for (const auto& c : cases) {
+        pane(c.vari, 8, c.start);
+        QTest::keyClick(&strip(), c.key, c.modifiers);
+        EXPECT_EQ(window(), c.expected) << c.vari << " " << c.key << " " << c.modifiers;
+        expectOneStep(c.start, c.expected);
+    }
+}
+
+TEST_F(VariationPaneTest, WhileDraggingTheHandIsClosedAndTheWindowDrawnFollows) {
+    pane(1, 8);
+    const auto filled = [this](double bar) {
+        const QImage image = strip().grab().toImage();
+        const QPoint p = at(x(bar)) * image.devicePixelRatio();
+        return image.pixelColor(p) != strip().palette().color(QPalette::Base);
+    };
+    EXPECT_FALSE(filled(5.5));
+    QTest::mousePress(&strip(), Qt::LeftButton, {}, at(x(3.5)));
+    EXPECT_EQ(strip().cursor().shape(), Qt::ClosedHandCursor);
+    QTest::mouseMove(&strip(), at(x(4.5)));
+    QTest::mouseMove(&strip(), at(x(5.5)));
+    EXPECT_TRUE(filled(5.5));
+    EXPECT_FALSE(filled(2.5));
+    QTest::mouseRelease(&strip(), Qt::LeftButton, {}, at(x(5.5)));
+    EXPECT_EQ(strip().cursor().shape(), Qt::OpenHandCursor);
+    QTest::mouseClick(&strip(), Qt::LeftButton, {}, at(x(5.5)));
+    EXPECT_EQ(history.stack().count(), 1);  // a click is no edit
+}
+
+TEST_F(VariationPaneTest, TypedNumbersAreKeptInsideThePhraseAndShownAsKept) {
+    const struct {
+        const char* what;
+        bool from;
+        const char* typed;
+        Window expected;
+        const char* shown;
+    } cases[] = {
+        {"from counts from 1", true, "5", {4, 3}, "5"},
+        {"from 0 is bar 1", true, "0", {0, 3}, "1"},
+        {"from past the end is refused", true, "9", {2, 3}, "3"},
+        {"from near the end cuts the length", true, "8", {7, 1}, "8"},
+        {"bars past the end are cut", false, "20", {2, 6}, "6"},
+        {"bars 0 is 1", false, "0", {2, 1}, "1"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        QLineEdit* field = c.from ? pane(5, 8).mFrom() : pane(5, 8).mBars();
+        field->setFocus();
+        field->selectAll();
+        QTest::keyClicks(field, c.typed);
+        QTest::keyClick(field, Qt::Key_Return);
+        EXPECT_EQ(window(), c.expected);
+        EXPECT_EQ(field->text(), c.shown);
+        EXPECT_TRUE(strip().hasFocus());
+        expectOneStep({2, 3}, c.expected);
+    }
+}
+
+TEST_F(VariationPaneTest, FieldsHoldWhileAChangeWaitsForTheNextBar) {
+    CVariationEditBaseView& p = pane(0, 8, {0, 4});
+    rig.seq->play();
+    rig.tick();
+    phrase().setBars(2);  // while playing: waits for the next bar
+    ASSERT_TRUE(rig.seq->getBook());
+    p.update();
+    EXPECT_EQ(p.mBars()->text(), "4");
+    EXPECT_TRUE(p.book());
+    for (int i = 0; i < 384 && rig.seq->getBook(); ++i) rig.tick();
+    ASSERT_FALSE(rig.seq->getBook());
+    p.update();
+    EXPECT_EQ(p.mBars()->text(), "2");
+    EXPECT_FALSE(p.book());
+    rig.seq->stop();
+}
+
+}  // namespace
+}  // namespace tavrel::test
