@@ -21,6 +21,9 @@ struct AppOptions {
     sim::UnitSimOptions faults;                      // the simulated unit's switches
     QString screenshot;                              // save the loaded main window here, then quit
     QStringList midiFiles;  // loaded as new patterns once the unit's patterns are in
+    // Not on the command line: the simulated unit's waits and late replies pass in virtual
+    // time, so that a silent unit's time-outs cost nothing (tests and the soak run).
+    bool manualClock = false;
 
     // `args` without the program's name. None, with what is wrong in `error`, for a line that
     // cannot be followed.

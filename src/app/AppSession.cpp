@@ -4,6 +4,7 @@
 #include "app/SynthOutput.h"
 #include "device/CConnectionMgr.h"
 #include "device/LinkRunner.h"
+#include "device/ManualTimeline.h"
 #include "device/MidiLib.h"
 #include "device/RealTimeline.h"
 #include "device/ThreadWaiter.h"
@@ -59,16 +60,28 @@ void AppSession::openSimulated(const AppOptions& options) {
     Context& context = Context::current();
     auto& midi = context.install<VirtualMidiService>(std::make_unique<VirtualMidiService>());
     auto& volumes = context.install<VirtualVolumeService>(std::make_unique<VirtualVolumeService>());
-    auto& timeline = context.install(std::make_unique<RealTimeline>());
+    Timeline* timeline = nullptr;
+    if (options.manualClock) {
+        auto& manual = context.install(std::make_unique<ManualTimeline>());
+        timeline = &manual;
+        // Before each look at the unit: everything it sent has been delivered and decoded.
+        mWaiter = &context.install<ThreadWaiter, Waiter>(
+            std::make_unique<ThreadWaiter>(manual, [this, &midi] {
+                midi.flush();
+                if (mMidi != nullptr) mMidi->waitIdle();
+            }));
+    } else {
+        timeline = &context.install(std::make_unique<RealTimeline>());
+    }
     mUnit = &context.install(std::make_unique<sim::SimulatedUnit>(*options.simulate, midi, volumes,
-                                                                  timeline, options.simStorage));
+                                                                  *timeline, options.simStorage));
     options.faults.applyTo(mUnit->faults());
     if (!mUnit->plugIn()) {
         mProblem = QString("The simulated %1 could not be started (storage %2).")
                        .arg(QString::fromStdString(options.simulate->name()),
                             QString::fromStdString(mUnit->storageRoot().string()));
     }
-    openLink(midi, volumes, timeline);
+    openLink(midi, volumes, *timeline);
 }
 
 // The desktop's ALSA sequencer and GIO volumes, with the folders named by --volume-root first.
@@ -91,8 +104,7 @@ void AppSession::openDesktop(const AppOptions& options) {
     openLink(midi, volumes, timeline);
 }
 
-void AppSession::openLink(MidiService& midiService, VolumeService& volumes,
-                          RealTimeline& timeline) {
+void AppSession::openLink(MidiService& midiService, VolumeService& volumes, Timeline& timeline) {
     Context& context = Context::current();
     QObject* target = mPostTarget;
     auto post = [target](std::function<void()> task) {
@@ -102,7 +114,11 @@ void AppSession::openLink(MidiService& midiService, VolumeService& volumes,
     // The sequencer is made as soon as the transport it plays through exists; its clock
     // thread asks for real-time scheduling, so that the preview's 1 ms steps keep time.
     mSeq = &context.install(std::make_unique<CSeqSim>(mMidi));
-    auto& waiter = context.install<ThreadWaiter, Waiter>(std::make_unique<ThreadWaiter>(timeline));
+    if (mWaiter == nullptr) {
+        mWaiter = &context.install<ThreadWaiter, Waiter>(
+            std::make_unique<ThreadWaiter>(static_cast<RealTimeline&>(timeline)));
+    }
+    Waiter& waiter = *mWaiter;
     mLink = &context.install<CConnectionMgr, UnitStorage>(
         std::make_unique<CConnectionMgr>(*mMidi, volumes, waiter, *mAlerts));
     mSteps = &context.install(std::make_unique<LinkRunner>(*mLink, post));

@@ -22,7 +22,8 @@ class CXMLFile;
 class LinkRunner;
 class MidiLib;
 class MidiService;
-class RealTimeline;
+class Timeline;
+class ThreadWaiter;
 class VolumeService;
 namespace sim {
 class SimulatedUnit;
@@ -64,13 +65,14 @@ private:
     void openSimulated(const AppOptions& options);
     void openDesktop(const AppOptions& options);
     // The transport, sequencer, waiter, link and device thread on top of the services.
-    void openLink(MidiService& midi, VolumeService& volumes, RealTimeline& timeline);
+    void openLink(MidiService& midi, VolumeService& volumes, Timeline& timeline);
 
     QObject* mPostTarget = nullptr;  // queued calls to the UI thread land here
     QtAlerts* mAlerts = nullptr;
     sim::SimulatedUnit* mUnit = nullptr;
     MidiLib* mMidi = nullptr;
     CSeqSim* mSeq = nullptr;
+    ThreadWaiter* mWaiter = nullptr;  // made early on a manual clock, else with the link
     CConnectionMgr* mLink = nullptr;
     LinkRunner* mSteps = nullptr;
     SynthOutput* mSynth = nullptr;

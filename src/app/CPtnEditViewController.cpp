@@ -214,6 +214,7 @@ void CPtnEditViewController::changeBeat() {
         std::any_of(mDialogs.cbegin(), mDialogs.cend(),
                     [](const QPointer<QDialog>& d) { return d && d->isVisible(); });
     if (mSession.steps()->busy() || dialogUp) {
+        endEpisodesSeenOver();
         if (!mSession.link()->getConnected()) mEditView->stop();
         return;
     }
@@ -227,6 +228,15 @@ void CPtnEditViewController::changeBeat() {
         return;
     }
     mEditView->changeBeat();
+}
+
+// A condition that ended while a step or dialog had the link still ends its episode, so that
+// it is shown again when it comes back: the unit unplugged again while it loads after the
+// not-connected dialog closed.
+void CPtnEditViewController::endEpisodesSeenOver() {
+    const CConnectionMgr& link = *mSession.link();
+    if (link.getConnected()) mNoConnectViewFlag = false;
+    if (link.getMount() != 0) mUnmountViewFlag = false;
 }
 
 void CPtnEditViewController::changePtnData() {

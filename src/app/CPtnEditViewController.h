@@ -84,6 +84,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // Clears the flag of each condition that has ended, without opening any dialog.
+    void endEpisodesSeenOver();
     // True when the key was one of the window's own.
     bool keyDown(QKeyEvent* event);
     bool episode(bool state, bool& flag, const char* segue);

@@ -28,6 +28,9 @@ struct UnitFaults {
     std::atomic<int> unplugAtMessage{0};
     // The cable is pulled on receiving this request instead of acting on it.
     std::atomic<UnitStep> unplugAtStep{UnitStep::None};
+    // The storage drops off the computer on receiving this request, which is still acted on
+    // and answered: the volume vanishes while the unit stays in editor mode.
+    std::atomic<UnitStep> loseStorageAtStep{UnitStep::None};
 };
 
 }  // namespace tavrel::sim

@@ -12,6 +12,10 @@ UnitResponder::UnitResponder(UnitModel model, StorageVolume& volume, UnitFaults&
     : mModel(std::move(model)), mVolume(volume), mFaults(faults) {}
 
 std::vector<UnitResponder::Bytes> UnitResponder::answer(UnitStep step) {
+    if (step != UnitStep::None && step == mFaults.loseStorageAtStep && mMounted) {
+        Log::line("sim", "storage lost on " + std::string(nameOf(step)));
+        releaseStorage();
+    }
     switch (step) {
         case UnitStep::EditorOn:
             return editorOn();

@@ -54,6 +54,10 @@ CVariationDrawView::CVariationDrawView(CSeqSim* seq, EditHistory& history, QWidg
 
 void CVariationDrawView::setVari(std::int32_t vari) {
     mVari = vari;
+    setAccessibleName(VariationColors::name(vari) + " window");
+    setToolTip(isFill() ? "Drag the window or press Left and Right to move it"
+                        : "Drag the window's edges to resize it and its middle to move it; "
+                          "Left and Right move it, with Shift they move its end");
     QWidget::update();
 }
 

@@ -37,9 +37,10 @@ int widestName(const QFontMetrics& metrics) {
     return widest;
 }
 
-QLineEdit* numberField(const char* name, QWidget* parent) {
+QLineEdit* numberField(const char* name, const QString& tip, QWidget* parent) {
     auto* field = new QLineEdit(parent);
     field->setObjectName(name);
+    field->setToolTip(tip);
     field->setValidator(new QIntValidator(0, kMaxBars, field));
     field->setAlignment(Qt::AlignRight);
     const QFontMetrics metrics = field->fontMetrics();
@@ -73,8 +74,8 @@ constexpr std::array<Maker, VariationColors::kCount> kMakers = {
 CVariationEditBaseView::CVariationEditBaseView(std::int32_t vari, CSeqSim* seq,
                                                EditHistory& history, QWidget* parent)
     : QWidget(parent),
-      mFromField(numberField("from", this)),
-      mBarsField(numberField("bars", this)),
+      mFromField(numberField("from", "First bar of the window that plays", this)),
+      mBarsField(numberField("bars", "Length of the window that plays, in bars", this)),
       mDraw(new CVariationDrawView(seq, history, this)),
       mVari(vari),
       mSeq(seq),
@@ -82,6 +83,8 @@ CVariationEditBaseView::CVariationEditBaseView(std::int32_t vari, CSeqSim* seq,
     setObjectName(QString("variation%1").arg(vari));
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     mDraw->setVari(vari);
+    mFromField->setAccessibleName(VariationColors::name(vari) + " from");
+    mBarsField->setAccessibleName(VariationColors::name(vari) + " bars");
     auto* name = new QLabel(VariationColors::name(vari), this);
     name->setObjectName("name");
     name->setFixedWidth(widestName(name->fontMetrics()) + name->fontMetrics().averageCharWidth());
@@ -97,6 +100,12 @@ CVariationEditBaseView::CVariationEditBaseView(std::int32_t vari, CSeqSim* seq,
     connect(mFromField, &QLineEdit::editingFinished, this, [this] { commit(Field::From); });
     connect(mBarsField, &QLineEdit::editingFinished, this, [this] { commit(Field::Bars); });
     update();
+}
+
+CVariationEditBaseView::~CVariationEditBaseView() {
+    // A field that has the focus finishes its editing as it goes, after this pane is gone.
+    mFromField->disconnect(this);
+    mBarsField->disconnect(this);
 }
 
 CVariationEditBaseView* CVariationEditBaseView::make(std::int32_t vari, CSeqSim* seq,

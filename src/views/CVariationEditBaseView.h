@@ -24,6 +24,7 @@ public:
     // `seq` may be null (no preview).
     CVariationEditBaseView(std::int32_t vari, CSeqSim* seq, EditHistory& history,
                            QWidget* parent = nullptr);
+    ~CVariationEditBaseView() override;
 
     // The pane of variation `vari` (0 Intro .. 9 Ending), of its own class
     // (CVariationEditIntroView .. CVariationEditEndingView).

@@ -111,13 +111,18 @@ private:
 
 class AppRig {
 public:
+    using OptionsEdit = std::function<void(app::AppOptions&)>;
+
     // `args` as on the command line, --simulate and a fresh storage folder added.
-    explicit AppRig(QStringList args = {}, bool show = true) {
+    explicit AppRig(QStringList args = {}, bool show = true) : AppRig(std::move(args), show, {}) {}
+    // The same, with what the command line cannot say set by `edit` (a manual clock).
+    AppRig(QStringList args, bool show, const OptionsEdit& edit) {
         QString error;
         args << "--simulate"
              << "--sim-storage" << mStorage.path();
-        const auto options = app::AppOptions::parse(args, error);
+        auto options = app::AppOptions::parse(args, error);
         EXPECT_TRUE(options) << error.toStdString();
+        if (options && edit) edit(*options);
         mSession = std::make_unique<app::AppSession>(*options);
         mDelegate = std::make_unique<app::AppDelegate>(*mSession);
         mWindow = std::make_unique<app::CPtnEditViewController>(*mSession, *mDelegate);

@@ -1,0 +1,146 @@
+// Bad MIDI files and paths handed to the desktop program and to the command-line tool: empty,
+// huge, absurd headers, names too long or not UTF-8, a folder or a FIFO. Each gets a clear
+// word or the documented result at once; nothing hangs or crashes.
+#include "AppRig.h"
+
+#include "cli/ConvertCommand.h"
+#include "cli/SmfCommand.h"
+#include "files/SmfBuilder.h"
+#include "model/Log.h"
+#include "support/ScratchFolder.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <sstream>
+
+namespace tavrel::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A bar of quarter notes at `division`, in one track under a header of its own making.
+Bytes oneBar(std::uint16_t tracks, std::uint16_t division) {
+    TrackBuilder t;
+    for (int i = 0; i < 4; ++i) t.noteOn(i == 0 ? 0 : division, 36, 100);
+    t.endOfTrack(division);
+    return smfHeader(0, tracks, division) + t.chunk();
+}
+
+struct BadInput {
+    const char* name;
+    std::function<fs::path(const fs::path& dir)> make;
+    // What the desktop's alert says after "The file ", empty for no alert about the file; and
+    // whether it makes a pattern of it.
+    std::string desktopSays;
+    bool desktopMakes;
+    // What the tool says after the path; empty when it reads the file and converts it.
+    std::string toolSays;
+};
+
+fs::path file(const fs::path& path, const Bytes& bytes) {
+    return writeBytes(path, bytes);
+}
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+TEST(BadInput, EveryBadFileOrPathIsAnsweredAtOnceByTheProgramAndTheTool) {
+    const ScratchFolder dir;
+    // The tool refuses a header it cannot take; the desktop goes on without a word and keeps
+    // the new pattern's initial 16 empty bars, as its loader always has.
+    const std::string notSmf = "not a Standard MIDI File";
+    const std::string tooLarge = "is larger than 64 MiB, the most a MIDI file may be";
+    const std::string nameTooLong = "cannot be read: File name too long";
+    const std::string notRegular = "is not a regular file";
+    const BadInput inputs[] = {
+        {"empty", [](const fs::path& d) { return file(d / "empty.mid", {}); }, "", true, notSmf},
+        {"100 MB sparse",
+         [](const fs::path& d) {
+             fs::path p = file(d / "huge.mid", oneBar(1, 96));
+             fs::resize_file(p, 100ull << 20);
+             return p;
+         },
+         tooLarge, false, tooLarge},
+        {"65535 tracks declared",
+         [](const fs::path& d) { return file(d / "tracks.mid", oneBar(65535, 96)); }, "", true, ""},
+        {"division 0", [](const fs::path& d) { return file(d / "div0.mid", oneBar(1, 0)); }, "",
+         true, ""},
+        {"division 0x7FFF",
+         [](const fs::path& d) { return file(d / "div7fff.mid", oneBar(1, 0x7FFF)); }, "", true,
+         ""},
+        {"SMPTE division",
+         [](const fs::path& d) { return file(d / "smpte.mid", oneBar(1, 0xE728)); }, "", true, ""},
+        {"name of 300 characters",
+         [](const fs::path& d) { return d / (std::string(296, 'n') + ".mid"); }, nameTooLong, false,
+         nameTooLong},
+        // Qt cannot name such a file, so the desktop looks for another; the tool reads it.
+        {"name not UTF-8",
+         [](const fs::path& d) { return file(d / "\xff\xfe\x80.mid", oneBar(1, 96)); },
+         "cannot be read: No such file or directory", false, ""},
+        {"a folder",
+         [](const fs::path& d) {
+             fs::create_directory(d / "folder.mid");
+             return d / "folder.mid";
+         },
+         notRegular, false, notRegular},
+        {"a FIFO without a writer",
+         [](const fs::path& d) {
+             ::mkfifo((d / "fifo.mid").c_str(), 0600);
+             return d / "fifo.mid";
+         },
+         notRegular, false, notRegular},
+    };
+
+    AppRig rig;
+    ASSERT_TRUE(rig.waitLoaded());
+    QString informative;
+    QTimer answer;
+    QObject::connect(&answer, &QTimer::timeout, [&] {
+        if (auto* box = shownTopLevel<QMessageBox>()) {
+            informative = box->informativeText();
+            box->buttons().constFirst()->click();
+        }
+    });
+    answer.start(5);
+    Log::setSink([](std::string_view, std::string_view) {});
+    for (const BadInput& in : inputs) {
+        SCOPED_TRACE(in.name);
+        const fs::path path = in.make(dir.path());
+        auto& patterns = Context::current().patterns();
+        const std::size_t before = patterns.getPtnData().size();
+
+        // The desktop gets its paths as Qt decodes them, from file dialogs and the command line.
+        informative.clear();
+        auto start = Clock::now();
+        rig.menus().loadSmfFile(QString::fromLocal8Bit(path.c_str()));
+        const double desktop = secondsSince(start);
+        EXPECT_EQ(patterns.getPtnData().size(), before + (in.desktopMakes ? 1 : 0));
+        if (!in.desktopSays.empty()) {
+            EXPECT_EQ(informative.toStdString(), "The file " + in.desktopSays + ".");
+        } else {
+            EXPECT_FALSE(informative.startsWith("The file")) << informative.toStdString();
+        }
+
+        std::ostringstream out, err;
+        start = Clock::now();
+        const int smf = cli::SmfCommand::run({path.string()}, {out, err});
+        const int convert = cli::ConvertCommand::run(
+            {path.string(), "-o", (dir.path() / "OUT.QL0").string()}, {out, err});
+        const double tool = secondsSince(start);
+        std::printf("%-24s desktop %.3f s, command line %.3f s\n", in.name, desktop, tool);
+        EXPECT_LT(desktop, 5.0);
+        EXPECT_LT(tool, 5.0);
+        const int expected = in.toolSays.empty() ? cli::kExitOk : cli::kExitFailed;
+        EXPECT_EQ(smf, expected) << err.str();
+        EXPECT_EQ(convert, expected) << err.str();
+        EXPECT_NE(err.str().find(in.toolSays), std::string::npos) << err.str();
+    }
+    Log::setSink({});
+}
+
+}  // namespace
+}  // namespace tavrel::test

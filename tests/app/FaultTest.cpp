@@ -1,0 +1,301 @@
+// Faults met end to end by the desktop program against the simulated unit on a manual clock:
+// the unit unplugged or falling silent during the load sequence, stray MIDI while loading, its
+// storage vanishing, writes that fail halfway, a full or read-only unit folder, a pattern file
+// a byte short or long. After each the event loop still turns, the user has been told in the
+// program's own words, the unit's pattern file is the old one or a complete new one (with the
+// old one kept as a backup), and the unit can be connected again.
+#include "AppRig.h"
+
+#include "app/QtAlerts.h"
+#include "device/platform/virtual/VirtualMidiService.h"
+#include "files/AtomicFileWriter.h"
+#include "files/CFileDataMgr.h"
+#include "model/CPtnDataMgr.h"
+#include "support/ScratchFolder.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <random>
+#include <thread>
+
+namespace tavrel::test {
+namespace {
+
+namespace fs = std::filesystem;
+using sim::UnitStep;
+
+constexpr std::size_t kPatternFileSize = 2'009'212;
+constexpr std::uint8_t kEditedTempo = 133;
+
+// A folder or file nobody may change: immutable where the file system lets us (it binds root
+// too), else without write permission.
+void setReadOnly(const fs::path& path, bool readOnly) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    int flags = 0;
+    bool done = fd >= 0 && ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
+    flags = readOnly ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
+    done = done && ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+    if (fd >= 0) ::close(fd);
+    if (!done)
+        fs::permissions(path, fs::perms::owner_write,
+                        readOnly ? fs::perm_options::remove : fs::perm_options::add);
+}
+
+class FaultRig : public AppRig {
+public:
+    FaultRig()
+        : AppRig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"}, true,
+                 [](app::AppOptions& o) { o.manualClock = true; }) {
+        // Every alert is answered with its one button as soon as it is up.
+        QObject::connect(&mAnswer, &QTimer::timeout, [] {
+            if (auto* box = shownTopLevel<QMessageBox>()) box->buttons().constFirst()->click();
+        });
+        mAnswer.start(5);
+    }
+
+    fs::path patternFile() const { return dataFolder() / "RHYTHM.QL0"; }
+    int alertCount() { return static_cast<int>(session().alerts().shown().size()); }
+    QStringList alertsSince(int count) { return session().alerts().shown().mid(count); }
+
+    // Pulls the cable and plugs it back in after `meanwhile`, then waits until the window has
+    // settled on the outcome of the load sequence this starts.
+    void replug(const std::function<void()>& meanwhile = {}) {
+        unit().unplug();
+        ASSERT_TRUE(waitUntil([&] { return dialog("NoConnectVC") != nullptr; }));
+        if (meanwhile) meanwhile();
+        QSignalSpy settled(&window(), &app::CPtnEditViewController::settled);
+        ASSERT_TRUE(unit().plugIn());
+        std::atomic<bool> loaded{false};
+        std::thread stray;
+        long strayDelivered = 0;
+        if (strayBytes > 0) {
+            stray = std::thread([&] { strayDelivered = storm(loaded, strayBytes); });
+        }
+        const bool ended =
+            waitUntil([&] { return settled.count() > 0 && !session().steps()->busy(); });
+        loaded = true;
+        if (stray.joinable()) stray.join();
+        ASSERT_TRUE(ended);
+        EXPECT_GE(strayDelivered, strayBytes);
+    }
+    // Sends stray bytes from the unit's source until `stop`: random ones, then well-formed
+    // exclusive messages nobody asked for. Returns how many reached the program.
+    long storm(const std::atomic<bool>& stop, int randomBytes) {
+        auto& midi = *Context::current().find<VirtualMidiService>();
+        std::int64_t source = 0;
+        for (const auto& e : midi.sources()) {
+            if (e.displayName == unit().model().name() + " MIDI 1") source = e.uniqueId;
+        }
+        // From the moment the program listens to the unit, which it must before loading.
+        const std::vector<std::uint8_t> activeSensing{0xFE};
+        while (!stop && !midi.inject(source, activeSensing)) std::this_thread::yield();
+        std::mt19937 random(7);
+        std::vector<std::uint8_t> block(509);
+        long delivered = 0;
+        for (int sent = 0; sent < randomBytes; sent += static_cast<int>(block.size())) {
+            for (auto& b : block) b = static_cast<std::uint8_t>(random());
+            if (midi.inject(source, block)) delivered += static_cast<long>(block.size());
+        }
+        // Made up for a device of another maker: it names no unit and no known address.
+        const std::vector<std::uint8_t> unknown{0xF0, 0x41, 0x10, 0x00, 0x00, 0x7F, 0x12,
+                                                0x7F, 0x00, 0x00, 0x01, 0x00, 0xF7};
+        for (int n = 0; n < 10'000 && !stop; ++n) {
+            if (midi.inject(source, unknown)) delivered += static_cast<long>(unknown.size());
+        }
+        return delivered;
+    }
+
+    int strayBytes = 0;  // sent from the unit while it loads after the next replug
+
+private:
+    QTimer mAnswer;
+};
+
+enum Act : unsigned { kLoad = 1, kSave = 2, kApplyAll = 4 };
+enum class FileAfter { Old, New };
+
+struct Fault {
+    const char* name;
+    std::function<void(FaultRig&)> inject;  // just before the act
+    unsigned acts;
+    QStringList alerts;
+    const char* dialog;  // the connection dialog up afterwards, if any
+    FileAfter file;
+};
+
+// Returns what the unit's pattern file held just before the program wrote it.
+Bytes actOn(FaultRig& rig, unsigned acts, const std::function<void(FaultRig&)>& inject) {
+    if ((acts & kLoad) != 0) {
+        rig.replug([&] { inject(rig); });
+        rig.strayBytes = 0;
+    } else {
+        inject(rig);
+    }
+    Context::current().patterns().getPtnData()[0]->setTempo(kEditedTempo);
+    Bytes beforeWrite = readBytes(rig.patternFile());
+    if ((acts & kSave) != 0) rig.menus().saveFile();
+    if ((acts & kApplyAll) != 0) {
+        rig.menus().getMenuOfApplyAll()->trigger();
+        EXPECT_TRUE(waitUntil([&] { return rig.dialog("CApplyAllVC") == nullptr; }));
+    }
+    return beforeWrite;
+}
+
+TEST(DesktopFaults, TheProgramSurvivesLosesNothingAndConnectsAgain) {
+    const AtomicFileWriter::Faults noWriterFaults;
+    const auto unplugAt = [](UnitStep step) {
+        return [step](FaultRig& rig) { rig.unit().faults().unplugAtStep = step; };
+    };
+    const auto writerFaults = [](long long failAfter, long long beside, long long backup) {
+        return [=](FaultRig&) {
+            AtomicFileWriter::setFaultsForTesting({failAfter, beside, backup, false});
+        };
+    };
+    const Fault faults[] = {
+        {"unplugged at editor mode",
+         unplugAt(UnitStep::EditorOn),
+         kLoad,
+         {},
+         "NoConnectVC",
+         FileAfter::Old},
+        {"unplugged at mount", unplugAt(UnitStep::Mount), kLoad, {}, "NoConnectVC", FileAfter::Old},
+        {"unplugged at the kit names",
+         unplugAt(UnitStep::KitRequest),
+         kLoad,
+         {},
+         "NoConnectVC",
+         FileAfter::Old},
+        {"silent from the start",
+         [](FaultRig& r) { r.unit().faults().silent = true; },
+         kLoad,
+         {"Unit is busy."},
+         "OccupitedVC",
+         FileAfter::Old},
+        {"silent from the kit names",
+         [](FaultRig& r) {
+             r.unit().faults().dropKitReply = 3;
+             r.unit().faults().dropKitLists = -1;
+         },
+         kLoad,
+         {"Unit is busy."},
+         nullptr,
+         FileAfter::Old},
+        {"stray MIDI while loading",
+         [](FaultRig& r) { r.strayBytes = 100'000; },
+         kLoad,
+         {},
+         nullptr,
+         FileAfter::Old},
+        {"storage gone before the read",
+         [](FaultRig& r) { r.unit().faults().loseStorageAtStep = UnitStep::KitRequest; },
+         kLoad,
+         {"User pattern file format is wrong."},
+         nullptr,
+         FileAfter::Old},
+        {"pattern file a byte short",
+         [](FaultRig& r) { fs::resize_file(r.patternFile(), kPatternFileSize - 1); },
+         kLoad | kSave,
+         {"User pattern file format is wrong."},
+         nullptr,
+         FileAfter::New},
+        {"pattern file a byte long",
+         [](FaultRig& r) { fs::resize_file(r.patternFile(), kPatternFileSize + 1); },
+         kLoad | kSave,
+         {},
+         nullptr,
+         FileAfter::New},
+        {"unplugged before save",
+         [](FaultRig& r) { r.unit().unplug(); },
+         kSave,
+         {"Unit not connected."},
+         "NoConnectVC",
+         FileAfter::Old},
+        {"cable pulled mid-save",
+         writerFaults(1 << 20, -1, -1),
+         kSave,
+         {"User Pattern file cannot be created."},
+         nullptr,
+         FileAfter::Old},
+        {"unplugged before apply all",
+         [](FaultRig& r) { r.unit().unplug(); },
+         kApplyAll,
+         {"Device not connected."},
+         "NoConnectVC",
+         FileAfter::Old},
+        {"cable pulled mid-apply all",
+         writerFaults(1 << 20, -1, -1),
+         kApplyAll,
+         {"User Pattern file cannot be created."},
+         nullptr,
+         FileAfter::Old},
+        {"unit folder full", writerFaults(-1, 0, -1), kSave, {}, nullptr, FileAfter::New},
+        {"unit folder and backups full",
+         writerFaults(-1, 0, 0),
+         kSave,
+         {"User Pattern file cannot be created."},
+         nullptr,
+         FileAfter::Old},
+        {"unit folder read-only",
+         [](FaultRig& r) {
+             setReadOnly(r.patternFile(), true);
+             setReadOnly(r.dataFolder(), true);
+         },
+         kSave | kApplyAll,
+         {"User Pattern file cannot be created.", "User Pattern file cannot be created."},
+         nullptr,
+         FileAfter::Old},
+    };
+    for (const Fault& f : faults) {
+        SCOPED_TRACE(f.name);
+        FaultRig rig;
+        ASSERT_TRUE(rig.waitLoaded(1));
+        rig.menus().saveFile();  // the unit holds one pattern: the old file
+        const Bytes old = readBytes(rig.patternFile());
+        ASSERT_EQ(old.size(), kPatternFileSize);
+        const int before = rig.alertCount();
+
+        const Bytes beforeWrite = actOn(rig, f.acts, f.inject);
+        rig.watchTicks(3);
+        EXPECT_EQ(rig.alertsSince(before), f.alerts);
+        if (f.dialog != nullptr) {
+            EXPECT_NE(rig.dialog(f.dialog), nullptr) << f.dialog;
+        }
+
+        AtomicFileWriter::setFaultsForTesting(noWriterFaults);
+        setReadOnly(rig.dataFolder(), false);
+        setReadOnly(rig.patternFile(), false);
+        const Bytes now = readBytes(rig.patternFile());
+        if (f.file == FileAfter::Old) {
+            EXPECT_TRUE(now == old) << "the old file changed";
+        } else {
+            // Complete: all of it, one pattern counted, the edit in slot 0 (tempo at 12 + 18).
+            ASSERT_EQ(now.size(), kPatternFileSize);
+            EXPECT_EQ(Bytes(now.begin() + 8, now.begin() + 12), Bytes({0xF8, 0x9C, 0, 0}));
+            EXPECT_EQ(now[30], kEditedTempo);
+            const WriteReport report = CFileDataMgr::lastWriteReport();
+            EXPECT_TRUE(report.ok) << report.error;
+            EXPECT_TRUE(report.backup.empty() ? !report.noBackup.empty()
+                                              : readBytes(report.backup) == beforeWrite);
+        }
+
+        // Faults off, cable out and in again: the load sequence runs through.
+        sim::UnitFaults& unitFaults = rig.unit().faults();
+        unitFaults.silent = false;
+        unitFaults.dropKitReply = -1;
+        unitFaults.unplugAtStep = UnitStep::None;
+        unitFaults.loseStorageAtStep = UnitStep::None;
+        if (rig.dialog("OccupitedVC") != nullptr) {
+            rig.click("OccupitedVC", "connectButton");  // it stays up while the unit is away
+        } else {
+            rig.replug();
+        }
+        EXPECT_TRUE(rig.waitLoaded(1));
+        EXPECT_EQ(rig.alertsSince(before).size(), f.alerts.size());
+    }
+}
+
+}  // namespace
+}  // namespace tavrel::test
