@@ -88,8 +88,6 @@ CPtnEditViewController::CPtnEditViewController(AppSession& session, AppDelegate&
     auto& center = Context::current().notifications();
     mChangeObserver = center.addObserver(NOTIFY_PATTERN_PARM_CHANGED,
                                          [this](const Notification&) { changePtnData(); });
-    mKitObserver = center.addObserver(NOTIFY_UPDATE_PARM,
-                                      [this](const Notification&) { mTableView->reloadData(); });
     delegate.installMenus(*this);
 }
 
@@ -246,7 +244,6 @@ void CPtnEditViewController::changePtnData() {
     if (!patterns.getActive()) return;
     mAppDelegate.setMenusEnabled(AppDelegate::kAll, true);
     mAppDelegate.getMenuOfMount()->setChecked(true);
-    mTableView->reloadData();
     mEditView->update();
     const std::size_t count = patterns.getPtnData().size();
     mAppDelegate.getMenuOfSmfLoad()->setEnabled(count < kMaxPatterns);
@@ -274,10 +271,14 @@ void CPtnEditViewController::loadSequenceEnded(const std::string& failure) {
         CEditNotify::clr();
         mHistory->clear();
     }
+    // The list follows the collection by itself, but the kit names changed without a word.
+    mTableView->reloadData();
     changePtnData();
     showStatus();
     const QStringList files = std::exchange(mPendingMidiFiles, {});
     for (const QString& path : files) mAppDelegate.loadSmfFile(path);
+    // The files named at start come in with the unit's patterns: editing starts after them.
+    if (!files.isEmpty()) mHistory->clear();
     // Otherwise the watch opens a dialog next, which settles the window.
     if (mSession.link()->getMount() != 0) emit settled();
 }
@@ -290,7 +291,6 @@ void CPtnEditViewController::onRemoveSw() {
     if (!mSession.alerts().ask("Delete rhythm patterns.", "Are you sure?", "Delete")) return;
     stopPreview();
     views::PatternEdits::removePatterns(*mHistory, mTableView->selectedRowIndexes());
-    mTableView->reloadData();
 }
 
 bool CPtnEditViewController::keyDown(QKeyEvent* event) {

@@ -114,7 +114,6 @@ private:
     QStringList mPendingMidiFiles;
     QMap<QString, QPointer<QDialog>> mDialogs;
     NotificationCenter::Token mChangeObserver;
-    NotificationCenter::Token mKitObserver;
 };
 
 }  // namespace tavrel::app

@@ -121,13 +121,16 @@ std::shared_ptr<CPtnDataMgr> CPatternMgr::addPatternData() {
 
 std::shared_ptr<CPtnDataMgr> CPatternMgr::insertPatternData() {
     auto pattern = std::make_shared<CPtnDataMgr>();
-    const auto at =
-        std::min(static_cast<std::size_t>(std::max(mCurPatternNum, 0)), mPtnDataArray.size());
+    insertPatternData(mCurPatternNum, pattern);
+    return pattern;
+}
+
+void CPatternMgr::insertPatternData(std::int32_t row, std::shared_ptr<CPtnDataMgr> pattern) {
+    const auto at = std::min(static_cast<std::size_t>(std::max(row, 0)), mPtnDataArray.size());
     mPtnDataArray.insert(mPtnDataArray.begin() + static_cast<std::ptrdiff_t>(at), pattern);
-    mCurPattern = pattern;
+    mCurPattern = std::move(pattern);
     mCurPatternNum = static_cast<std::int32_t>(at);
     notify(inserted(mCurPatternNum));
-    return pattern;
 }
 
 void CPatternMgr::removePatternData() {

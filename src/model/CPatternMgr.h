@@ -72,6 +72,9 @@ public:
     void clearAllPtnData();
     std::shared_ptr<CPtnDataMgr> addPatternData();
     std::shared_ptr<CPtnDataMgr> insertPatternData();
+    // Puts `pattern` (one taken out before) back at `row`, clamped to the list, as the current
+    // pattern, with the same Inserted change as a new pattern.
+    void insertPatternData(std::int32_t row, std::shared_ptr<CPtnDataMgr> pattern);
     void removePatternData();
     void removePatternData(const IndexSet& rows);
     void movePatternData(std::int32_t row, const IndexSet& rows);

@@ -1,64 +1,131 @@
 #include "views/CPtnEditTableView.h"
 
-#include "model/CKitMgr.h"
 #include "model/CPatternMgr.h"
-#include "model/CPtnDataMgr.h"
 #include "model/Context.h"
+#include "views/PatternEdits.h"
+#include "views/PatternListModel.h"
 
+#include <QDropEvent>
 #include <QHeaderView>
+#include <QKeyEvent>
 
 namespace tavrel::views {
 
-QString CPtnEditTableView::kitName(std::int32_t kit) {
-    const auto& names = Context::current().kits().getKitArray();
-    if (kit >= 0 && static_cast<std::size_t>(kit) < names.size()) {
-        const QString name = QString::fromStdString(names[static_cast<std::size_t>(kit)]).trimmed();
-        if (!name.isEmpty()) return name;
-    }
-    return QString::number(kit + 1);
+namespace {
+
+CPatternMgr& patterns() {
+    return Context::current().patterns();
 }
 
+// The list only ever copies what is dropped on it: a file manager told that its files were
+// moved would delete them. The view's own handling runs on a copy of the event that offers
+// nothing but a copy.
+template <class Event, class Handler>
+void asCopy(Event* event, Handler&& handle) {
+    if (!(event->possibleActions() & Qt::CopyAction)) {
+        event->ignore();
+        return;
+    }
+    Event copy(event->position().toPoint(), Qt::CopyAction, event->mimeData(), event->buttons(),
+               event->modifiers());
+    handle(&copy);
+    event->setDropAction(Qt::CopyAction);
+    event->setAccepted(copy.isAccepted());
+}
+
+}  // namespace
+
 CPtnEditTableView::CPtnEditTableView(EditHistory& history, QWidget* parent)
-    : QTreeWidget(parent), mHistory(history) {
+    : QTableView(parent), mHistory(history), mModel(new PatternListModel(history, this)) {
     setObjectName("patternList");
+    setModel(mModel);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
-    setRootIsDecorated(false);
-    setUniformRowHeights(true);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
     setAlternatingRowColors(true);
-    setHeaderLabels({"No.", "Name", "Kit", "Tempo", "Beat"});
-    header()->setStretchLastSection(false);
-    header()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    header()->setSectionResizeMode(1, QHeaderView::Stretch);
-    // The current pattern follows the selection, as the editor shows the current one.
-    connect(this, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) {
-        const int row = indexOfTopLevelItem(item);
-        CPatternMgr& patterns = Context::current().patterns();
-        if (row >= 0 && row != patterns.getCurPattarnNum()) patterns.setCurPatternNum(row);
+    setShowGrid(false);
+    setWordWrap(false);
+    setDragDropMode(QAbstractItemView::DragDrop);
+    setDragDropOverwriteMode(false);
+    setDefaultDropAction(Qt::CopyAction);
+    setDropIndicatorShown(true);
+
+    QHeaderView* columns = horizontalHeader();
+    columns->setSectionResizeMode(QHeaderView::ResizeToContents);
+    columns->setSectionResizeMode(PatternListModel::Name, QHeaderView::Stretch);
+    columns->setHighlightSections(false);
+    QHeaderView* rows = verticalHeader();
+    rows->setSectionResizeMode(QHeaderView::Fixed);
+    rows->setDefaultSectionSize(fontMetrics().height() + 8);
+    rows->setHighlightSections(false);
+
+    // The current pattern follows the user's choice of row, so the editor shows it at once;
+    // the moves of the current row that come with rows inserted or removed are not a choice.
+    connect(selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this](const QModelIndex& current) {
+                const int row = current.row();
+                if (mModel->applying() || row < 0) return;
+                if (row != patterns().getCurPattarnNum()) patterns().setCurPatternNum(row);
+            });
+    connect(mModel, &PatternListModel::changeApplied, this, [this](bool rowsChanged) {
+        if (rowsChanged || currentIndex().row() != patterns().getCurPattarnNum()) {
+            selectCurrentRow();
+        }
     });
+    selectCurrentRow();
 }
 
 void CPtnEditTableView::reloadData() {
-    CPatternMgr& patterns = Context::current().patterns();
-    const QSignalBlocker quiet(this);
-    clear();
-    int number = 1;
-    for (const auto& p : patterns.getPtnData()) {
-        auto* item = new QTreeWidgetItem(
-            this, {QString::number(number++), QString::fromStdString(p->getName()).trimmed(),
-                   kitName(p->getKitNum()), QString::number(p->getTempo()),
-                   QString("%1/%2").arg(p->getNume()).arg(p->getDeno())});
-        for (int column : {0, 3, 4})
-            item->setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
-    }
-    if (QTreeWidgetItem* current = topLevelItem(patterns.getCurPattarnNum())) {
-        setCurrentItem(current);
-    }
+    mModel->refresh();
 }
 
 std::set<std::int32_t> CPtnEditTableView::selectedRowIndexes() const {
     std::set<std::int32_t> rows;
     for (const QModelIndex& index : selectionModel()->selectedRows()) rows.insert(index.row());
     return rows;
+}
+
+void CPtnEditTableView::selectCurrentRow() {
+    const int row = patterns().getCurPattarnNum();
+    if (row < 0 || row >= mModel->rowCount()) {
+        selectionModel()->clear();
+        return;
+    }
+    const QModelIndex index = mModel->index(row, 0);
+    selectionModel()->setCurrentIndex(
+        index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    scrollTo(index);
+}
+
+// One row up moves the rows before the one above them; one row down, before the second row
+// below the last of them (the end when that is past it).
+void CPtnEditTableView::moveSelectedRows(int step) {
+    const std::set<std::int32_t> rows = selectedRowIndexes();
+    if (rows.empty()) return;
+    const int target = step < 0 ? *rows.begin() - 1 : *rows.rbegin() + 2;
+    if (target < 0 || target > mModel->rowCount()) return;
+    PatternEdits::movePatterns(mHistory, target, rows);
+}
+
+void CPtnEditTableView::keyPressEvent(QKeyEvent* event) {
+    const bool up = event->key() == Qt::Key_Up;
+    if (event->modifiers() == Qt::AltModifier && (up || event->key() == Qt::Key_Down)) {
+        moveSelectedRows(up ? -1 : 1);
+        return;
+    }
+    QTableView::keyPressEvent(event);
+}
+
+void CPtnEditTableView::dragEnterEvent(QDragEnterEvent* event) {
+    asCopy(event, [this](QDragEnterEvent* e) { QTableView::dragEnterEvent(e); });
+}
+
+void CPtnEditTableView::dragMoveEvent(QDragMoveEvent* event) {
+    asCopy(event, [this](QDragMoveEvent* e) { QTableView::dragMoveEvent(e); });
+}
+
+void CPtnEditTableView::dropEvent(QDropEvent* event) {
+    asCopy(event, [this](QDropEvent* e) { QTableView::dropEvent(e); });
 }
 
 }  // namespace tavrel::views

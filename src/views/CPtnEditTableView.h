@@ -1,29 +1,41 @@
-// The pattern list beside the editor. For now a plain table of the collection's patterns
-// (number, name, kit, tempo, time signature) with multiple selection; the sortable table with
-// row drags and MIDI file drops takes its place in the same spot of the window.
+// The pattern list beside the editor: one row a pattern of the collection, in its order.
+// Selecting a row makes that pattern current; rows are reordered by dragging them or with
+// Alt+Up and Alt+Down; MIDI files dropped from a file manager are loaded as new patterns. After
+// rows come, go or move, the current pattern's row alone is selected.
 #pragma once
 
-#include <QTreeWidget>
+#include <QTableView>
 
 #include <set>
 
 namespace tavrel::views {
 
 class EditHistory;
+class PatternListModel;
 
-class CPtnEditTableView : public QTreeWidget {
+class CPtnEditTableView : public QTableView {
     Q_OBJECT
 public:
     explicit CPtnEditTableView(EditHistory& history, QWidget* parent = nullptr);
 
-    // Shows the collection afresh and selects its current pattern.
+    // Shows the collection afresh (the kit names may have changed) and selects its current
+    // pattern.
     void reloadData();
     std::set<std::int32_t> selectedRowIndexes() const;
-    // The kit's name as the unit reported it, else its number from 1.
-    static QString kitName(std::int32_t kit);
+    PatternListModel& listModel() const { return *mModel; }
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
+    void selectCurrentRow();
+    void moveSelectedRows(int step);
+
     EditHistory& mHistory;
+    PatternListModel* mModel;
 };
 
 }  // namespace tavrel::views

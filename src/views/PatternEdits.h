@@ -1,6 +1,9 @@
 // The changes of the collection's list that a user can undo: a MIDI file loaded as a new
 // pattern, patterns deleted, patterns moved. The list, the load button, the menu and the
-// delete button all go through here, so each becomes one step of the edit history.
+// delete button all go through here, so each becomes one step of the edit history. Undo and
+// redo change the collection through its own list operations, which post the usual change
+// records and raise the edited mark; an undone step makes current again the pattern that was
+// current before it.
 #pragma once
 
 #include "model/CPatternMgr.h"

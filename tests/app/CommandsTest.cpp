@@ -39,7 +39,7 @@ TEST(DesktopCommands, EnablementFollowsThePatternCount) {
     EXPECT_TRUE(remove->isEnabled());
 
     // Deleting asks first; "Cancel" keeps the patterns.
-    rig.window().mPtnEditTableView()->topLevelItem(49)->setSelected(true);
+    rig.window().mPtnEditTableView()->selectRow(49);
     {
         AlertAnswer cancel("Cancel");
         QTest::mouseClick(remove, Qt::LeftButton);

@@ -27,10 +27,10 @@ TEST(DesktopConnection, StartUpLoadsTheUnitAndTheMidiFilesNamed) {
     EXPECT_TRUE(rig.unit().mounted());
     EXPECT_EQ(rig.window().windowTitle(), "Tavrel [1]");
     EXPECT_EQ(status(rig.window()), "QL-900 connected, storage mounted");
-    auto* list = rig.window().mPtnEditTableView();
-    EXPECT_EQ(list->topLevelItemCount(), 2);
-    EXPECT_EQ(list->topLevelItem(0)->text(1), "rock-4-4");
-    EXPECT_EQ(list->topLevelItem(0)->text(2), "Studio Rock");  // the unit's first kit
+    const QAbstractItemModel* list = rig.window().mPtnEditTableView()->model();
+    EXPECT_EQ(list->rowCount(), 2);
+    EXPECT_EQ(list->index(0, 0).data(), "rock-4-4");
+    EXPECT_EQ(list->index(0, 1).data(), "Studio Rock");  // the unit's first kit
     for (QAction* a : {rig.menus().getMenuOfSmfLoad(), rig.menus().getMenuOfImport(),
                        rig.menus().getMenuOfExport(), rig.menus().getMenuOfApply(),
                        rig.menus().getMenuOfApplyAll(), rig.menus().getMenuOfMount()}) {
