@@ -58,7 +58,7 @@ CPtnEditViewController::CPtnEditViewController(AppSession& session, AppDelegate&
     mSplitView->addWidget(mTableView);
     mSplitView->addWidget(mEditView);
     mSplitView->setStretchFactor(1, 1);
-    mSplitView->setSizes({380, 420});
+    mSplitView->setSizes({400, 760});
     mDelButton->setObjectName("mDelButton");
     mDelButton->setEnabled(false);
     mProblem->setObjectName("problem");
@@ -76,7 +76,7 @@ CPtnEditViewController::CPtnEditViewController(AppSession& session, AppDelegate&
     buttons->addStretch(1);
     layout->addLayout(buttons);
     setCentralWidget(central);
-    resize(820, 520);
+    resize(1180, 800);
 
     QObject::connect(mDelButton, &QPushButton::clicked, this, &CPtnEditViewController::onRemoveSw);
     QObject::connect(mTimer, &QTimer::timeout, this, &CPtnEditViewController::changeBeat);

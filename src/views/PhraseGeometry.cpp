@@ -9,7 +9,7 @@ namespace {
 constexpr int kRows = 10;
 constexpr double kRightMargin = 6;
 constexpr double kGap = 4;  // between the variations' rows and the lanes
-// The rows take at most this share of the height below the ruler; the lanes the rest.
+// The rows take at least this share of the height below the ruler.
 constexpr double kBandShare = 0.3;
 constexpr double kMinRow = 3;
 constexpr double kMinLane = 3;
@@ -24,7 +24,11 @@ PhraseGeometry::PhraseGeometry(QSizeF size, double textHeight, double gutter, in
     const double rulerHeight = textHeight + 6;
     mRuler = QRectF(left, 0, width, rulerHeight);
     const double below = std::max(size.height() - rulerHeight - kGap, 0.0);
-    mRowHeight = std::clamp(below * kBandShare / kRows, kMinRow, textHeight + 2);
+    // The lanes need about a line of text each; what they leave goes to the rows, so a pattern
+    // of few drums gets rows tall enough for their names.
+    const double lanesNeed = laneCount * textHeight * 1.1;
+    const double bandSpace = std::max(below * kBandShare, below - lanesNeed);
+    mRowHeight = std::clamp(bandSpace / kRows, kMinRow, textHeight + 2);
     mBand = QRectF(left, rulerHeight, width, mRowHeight * kRows);
     const double gridTop = mBand.bottom() + kGap;
     const double gridHeight = std::max(size.height() - gridTop, 0.0);
