@@ -7,6 +7,7 @@
 
 #include <QDropEvent>
 #include <QHeaderView>
+#include <QItemSelection>
 #include <QKeyEvent>
 
 namespace tavrel::views {
@@ -98,13 +99,26 @@ void CPtnEditTableView::selectCurrentRow() {
 }
 
 // One row up moves the rows before the one above them; one row down, before the second row
-// below the last of them (the end when that is past it).
+// below the last of them (the end when that is past it). Unlike a drop, the moved rows stay
+// chosen, so the same keys move them on.
 void CPtnEditTableView::moveSelectedRows(int step) {
     const std::set<std::int32_t> rows = selectedRowIndexes();
     if (rows.empty()) return;
     const int target = step < 0 ? *rows.begin() - 1 : *rows.rbegin() + 2;
     if (target < 0 || target > mModel->rowCount()) return;
+    std::vector<std::shared_ptr<CPtnDataMgr>> moved;
+    for (const std::int32_t row : rows) moved.push_back(patterns().getPtnData().at(row));
     PatternEdits::movePatterns(mHistory, target, rows);
+    QItemSelection selection;
+    for (const auto& pattern : moved) {
+        const int row = patterns().rowOf(pattern.get());
+        if (row >= 0) selection.select(mModel->index(row, 0), mModel->index(row, 0));
+    }
+    if (selection.isEmpty()) return;
+    selectionModel()->setCurrentIndex(selection.first().topLeft(), QItemSelectionModel::NoUpdate);
+    selectionModel()->select(selection,
+                             QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    scrollTo(selection.first().topLeft());
 }
 
 void CPtnEditTableView::keyPressEvent(QKeyEvent* event) {
