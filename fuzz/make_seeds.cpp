@@ -298,10 +298,10 @@ void dropSeeds() {
     const Bytes beat = smf(0, 96, {tempo(0, 500000) + groove(2) + kEnd});
     put("drop", "beat", dropInput(0, "beat.mid", beat));
     put("drop", "upper-case",
-        dropInput(12, "FUNK GROOVE NUMBER ONE.MID",
+        dropInput(2, "FUNK GROOVE NUMBER ONE.MID",
                   smf(1, 96, {tempo(0, 400000) + kEnd, groove(1) + kEnd})));
-    put("drop", "list-full", dropInput(50, "late.mid", beat));
-    put("drop", "not-midi", dropInput(3, "notes.txt", text("not a MIDI file")));
+    put("drop", "list-full", dropInput(0x83, "late.mid", beat));
+    put("drop", "not-midi", dropInput(0x82, "notes.txt", text("not a MIDI file")));
     put("drop", "latin1-name", dropInput(1, "caf\xe9 \xff\xfe.Mid", beat));
 }
 

@@ -36,7 +36,8 @@ int main(int argc, char** argv) {
                                      std::istreambuf_iterator<char>()};
         // Allocated at exactly the input's length, so that a read past it is seen.
         const std::vector<std::uint8_t> bytes(
-            read.begin(), read.begin() + static_cast<std::ptrdiff_t>(std::min(read.size(), maxLen)));
+            read.begin(),
+            read.begin() + static_cast<std::ptrdiff_t>(std::min(read.size(), maxLen)));
         std::fprintf(stderr, "%s\n", file.c_str());
         LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
     }
