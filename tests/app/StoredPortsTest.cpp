@@ -26,7 +26,6 @@ TEST(StoredPorts, OnlyAnIndexOrTheSynthesizerIsAChoice) {
         {"MIDI_IN=abc", {}},
         {"MIDI_IN=99999999999", {}},
         {"MIDI_IN=1, 2", {}},
-        {"MIDI_IN=@Variant(\\0\\0\\0\\x2\\0\\0\\0\\0\\x5)", {Kind::Port, 5}},
         {"MIDI_IN=@Size(3 4)", {}},
         {"midi_in=3", {}},
         {"", {}},
