@@ -1,7 +1,7 @@
-// libFuzzer target for the MIDI port choice kept in the program's settings: any bytes as the
-// INI file, read through QSettings as the port boxes read it at start. A choice read must be
-// one a box can act on (a port index of 0 or more, or the synthesizer), and storing it again
-// into the same file, whatever else the file holds, must read back as the same choice.
+// libFuzzer target for the MIDI port choice kept in the program's settings file: any bytes as
+// the file, read as the port boxes read it at start. A choice read must be one a box can act
+// on (a port index of 0 or more, or the synthesizer); storing it again must read back as the
+// same choice, leave the other box's choice as it was, and keep the file's other lines.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -11,7 +11,7 @@
 
 #include <unistd.h>
 
-#include <QSettings>
+#include <QFile>
 #include <QString>
 
 #include "app/StoredPorts.h"
@@ -21,8 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 using tavrel::app::StoredPorts;
 using Kind = StoredPorts::Choice::Kind;
-
-const char* const kSynth = "Built-in synthesizer";
 
 const fs::path& folder() {
     static const fs::path path = [] {
@@ -36,42 +34,36 @@ const fs::path& folder() {
 }
 
 void store(StoredPorts& ports, const QString& id, const StoredPorts::Choice& choice) {
-    if (choice.kind == Kind::Synth) ports.storeSynth(id);
-    if (choice.kind == Kind::Port) ports.storePort(id, choice.port);
+    if (choice.kind == Kind::Synth && !ports.storeSynth(id)) std::abort();
+    if (choice.kind == Kind::Port && !ports.storePort(id, choice.port)) std::abort();
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    // A new name for every input: QSettings caches what it read of a path and would miss a
-    // rewrite of the same size within its clock's resolution.
-    static unsigned serial = 0;
-    const fs::path file = folder() / ("tavrel-" + std::to_string(serial++) + ".conf");
+    const fs::path file = folder() / "tavrel.conf";
     {
-        std::ofstream out(file, std::ios::binary);
+        std::ofstream out(file, std::ios::binary | std::ios::trunc);
         out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     }
-    const QString path = QString::fromStdString(file.string());
-    StoredPorts::Choice choices[2];
+    StoredPorts ports(QString::fromStdString(file.string()), "Built-in synthesizer");
     const QString ids[2] = {"MIDI_IN", "MIDI_OUT"};
-    {
-        QSettings settings(path, QSettings::IniFormat);
-        StoredPorts ports(settings, kSynth);
-        for (int i = 0; i < 2; ++i) {
-            choices[i] = ports.read(ids[i]);
-            const auto& c = choices[i];
-            if ((c.kind == Kind::Port) != (c.port >= 0)) std::abort();
-            store(ports, ids[i], c);
-            if (!(ports.read(ids[i]) == c)) std::abort();
-        }
+    const StoredPorts::Choice choices[2] = {ports.read(ids[0]), ports.read(ids[1])};
+    for (const auto& c : choices) {
+        if ((c.kind == Kind::Port) != (c.port >= 0)) std::abort();
     }
-    {
-        QSettings settings(path, QSettings::IniFormat);
-        const StoredPorts ports(settings, kSynth);
-        for (int i = 0; i < 2; ++i) {
-            if (!(ports.read(ids[i]) == choices[i])) std::abort();
-        }
+    const QByteArray before(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    for (int i = 0; i < 2; ++i) {
+        store(ports, ids[i], choices[i]);
+        if (!(ports.read(ids[0]) == choices[0]) || !(ports.read(ids[1]) == choices[1]))
+            std::abort();
     }
-    fs::remove(file);
+    // Every line of the file is still there, but the ones of the two keys.
+    QFile after(QString::fromStdString(file.string()));
+    if (!after.open(QIODevice::ReadOnly)) std::abort();
+    const QByteArray text = after.readAll();
+    for (const QByteArray& line : before.split('\n')) {
+        if (!line.contains("MIDI_") && !text.contains(line)) std::abort();
+    }
     return 0;
 }

@@ -5,7 +5,6 @@
 #include "device/MidiLib.h"
 #include "playback/LiveSynth.h"
 
-#include <QSettings>
 #include <QSignalBlocker>
 #include <QStandardItemModel>
 
@@ -31,8 +30,8 @@ CMidiDeviceComboBox::CMidiDeviceComboBox(MidiLib* midi, SynthOutput& synth, bool
 }
 
 void CMidiDeviceComboBox::selectSaved(bool synthByDefault) {
-    QSettings settings;
-    const auto saved = StoredPorts(settings, LiveSynth::kOutputName).read(mIdentifier);
+    const auto saved =
+        StoredPorts(StoredPorts::defaultPath(), LiveSynth::kOutputName).read(mIdentifier);
     using Kind = StoredPorts::Choice::Kind;
     const QSignalBlocker quiet(this);
     if (mSynth != nullptr &&
@@ -104,8 +103,7 @@ bool CMidiDeviceComboBox::select(int index) {
 // The transport's refusal is not shown: the user's choice stands and is kept.
 void CMidiDeviceComboBox::selectionDidChange(int index) {
     if (mIdentifier != "MIDI_IN" && mIdentifier != "MIDI_OUT") return;
-    QSettings settings;
-    StoredPorts stored(settings, LiveSynth::kOutputName);
+    StoredPorts stored(StoredPorts::defaultPath(), LiveSynth::kOutputName);
     if (index >= 0 && index == synthIndex()) {
         if (mSynth->choose()) stored.storeSynth(mIdentifier);
         reloadData();
