@@ -21,8 +21,7 @@
 #include <span>
 #include <string>
 
-#include <unistd.h>
-
+#include "ScratchFolder.h"
 #include "model/Alerts.h"
 #include "model/CPatternMgr.h"
 #include "model/CPhraseData.h"
@@ -47,17 +46,6 @@ public:
 private:
     bool mMerge;
 };
-
-const fs::path& folder() {
-    static const fs::path path = [] {
-        // In memory where there is such a folder: every input is written, and synced.
-        const fs::path base = fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();
-        fs::path p = base / ("tavrel-fuzz-drop-" + std::to_string(getpid()));
-        fs::create_directories(p);
-        return p;
-    }();
-    return path;
-}
 
 // The list's rule for a dropped file.
 bool dropTakes(const fs::path& file, const tavrel::CPatternMgr& patterns) {
@@ -113,7 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     // A name too long for the file system leaves nothing on disk: the drop then names a file
     // that is gone, as when it was removed before the drop was handled.
-    const fs::path file = folder() / fileName({data + 4, nameLength});
+    const fs::path file = scratchFolder("drop") / fileName({data + 4, nameLength});
     {
         std::ofstream out(file, std::ios::binary);
         out.write(reinterpret_cast<const char*>(contents.data()),

@@ -9,11 +9,10 @@
 #include <fstream>
 #include <string>
 
-#include <unistd.h>
-
 #include <QFile>
 #include <QString>
 
+#include "ScratchFolder.h"
 #include "app/StoredPorts.h"
 
 namespace {
@@ -21,17 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 using tavrel::app::StoredPorts;
 using Kind = StoredPorts::Choice::Kind;
-
-const fs::path& folder() {
-    static const fs::path path = [] {
-        // In memory where there is such a folder: every input is written, and synced.
-        const fs::path base = fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();
-        fs::path p = base / ("tavrel-fuzz-ports-" + std::to_string(getpid()));
-        fs::create_directories(p);
-        return p;
-    }();
-    return path;
-}
 
 void store(StoredPorts& ports, const QString& id, const StoredPorts::Choice& choice) {
     if (choice.kind == Kind::Synth && !ports.storeSynth(id)) std::abort();
@@ -41,7 +29,7 @@ void store(StoredPorts& ports, const QString& id, const StoredPorts::Choice& cho
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const fs::path file = folder() / "tavrel.conf";
+    const fs::path file = scratchFolder("ports") / "tavrel.conf";
     {
         std::ofstream out(file, std::ios::binary | std::ios::trunc);
         out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
