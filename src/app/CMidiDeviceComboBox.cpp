@@ -1,10 +1,10 @@
 #include "app/CMidiDeviceComboBox.h"
 
+#include "app/StoredPorts.h"
 #include "app/SynthOutput.h"
 #include "device/MidiLib.h"
 #include "playback/LiveSynth.h"
 
-#include <QSettings>
 #include <QSignalBlocker>
 #include <QStandardItemModel>
 
@@ -30,11 +30,12 @@ CMidiDeviceComboBox::CMidiDeviceComboBox(MidiLib* midi, SynthOutput& synth, bool
 }
 
 void CMidiDeviceComboBox::selectSaved(bool synthByDefault) {
-    const QSettings settings;
-    const QVariant saved = settings.value(mIdentifier);
+    const auto saved =
+        StoredPorts(StoredPorts::defaultPath(), LiveSynth::kOutputName).read(mIdentifier);
+    using Kind = StoredPorts::Choice::Kind;
     const QSignalBlocker quiet(this);
     if (mSynth != nullptr &&
-        (saved.toString() == LiveSynth::kOutputName || (!saved.isValid() && synthByDefault))) {
+        (saved.kind == Kind::Synth || (saved.kind == Kind::None && synthByDefault))) {
         if (mSynth->choose()) {
             reloadData();
             setCurrentIndex(synthIndex());
@@ -42,12 +43,11 @@ void CMidiDeviceComboBox::selectSaved(bool synthByDefault) {
         }
         return;
     }
-    if (!saved.isValid()) return;
-    const int index = saved.toInt();
+    if (saved.kind != Kind::Port) return;
     // A saved index equal to the count is let through to the transport, which refuses it.
-    if (count() >= index) {
-        setCurrentIndex(index < count() ? index : -1);
-        select(index);
+    if (count() >= saved.port) {
+        setCurrentIndex(saved.port < count() ? saved.port : -1);
+        select(saved.port);
     }
 }
 
@@ -103,9 +103,9 @@ bool CMidiDeviceComboBox::select(int index) {
 // The transport's refusal is not shown: the user's choice stands and is kept.
 void CMidiDeviceComboBox::selectionDidChange(int index) {
     if (mIdentifier != "MIDI_IN" && mIdentifier != "MIDI_OUT") return;
-    QSettings settings;
+    StoredPorts stored(StoredPorts::defaultPath(), LiveSynth::kOutputName);
     if (index >= 0 && index == synthIndex()) {
-        if (mSynth->choose()) settings.setValue(mIdentifier, LiveSynth::kOutputName);
+        if (mSynth->choose()) stored.storeSynth(mIdentifier);
         reloadData();
         emit outputChosen(mSynth->chosen());
         return;
@@ -113,8 +113,7 @@ void CMidiDeviceComboBox::selectionDidChange(int index) {
     if (mSynth != nullptr) mSynth->leave();
     select(index);
     reloadData();
-    settings.setValue(mIdentifier, index);
-    settings.sync();
+    stored.storePort(mIdentifier, index);
     if (mSynth != nullptr) emit outputChosen(false);
 }
 
