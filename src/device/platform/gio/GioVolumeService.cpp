@@ -349,5 +349,11 @@ extern "C" const char* __tsan_default_suppressions() {  // NOLINT(bugprone-reser
            "race:libgio-2.0.so\n"
            // FluidSynth loads SoundFont samples on libgomp's threads, which sync by futex too.
            "called_from_lib:libgomp.so.1\n"
-           "race:libgomp.so.1\n";
+           "race:libgomp.so.1\n"
+           // Qt is not built with the sanitizer either: its thread pool (large images are
+           // converted on it while the window paints) and queued calls hand memory over
+           // through synchronisation the sanitizer cannot see.
+           "race:libQt6Core.so.6\n"
+           "race:libQt6Gui.so.6\n"
+           "race:libQt6Widgets.so.6\n";
 }
