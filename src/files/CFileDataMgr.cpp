@@ -173,13 +173,16 @@ std::string patternNameFor(const fs::path& path) {
     return name;
 }
 
-// An unreadable file is reported with the reason; a file of several tracks is loaded only
-// when the user agrees to have them merged. A header the reader refuses goes on without a
-// word: the variations get nothing from the file and the pattern keeps them empty.
+// A file that cannot be read gets the loader's "Format error." and then the reason; a file of
+// several tracks is loaded only when the user agrees to have them merged. A header the reader
+// refuses goes on without a word: the variations get nothing from the file and the pattern keeps
+// them empty.
 bool mayLoad(const smf::FileContents& file, int tracks) {
     Alerts* alerts = Context::current().find<Alerts>();
     if (!file.ok()) {
-        if (alerts != nullptr) alerts->alert("Load MIDI File.", "The file " + file.error() + ".");
+        if (alerts != nullptr) {
+            alerts->alert("Load MIDI File.", "Format error. The file " + file.error() + ".");
+        }
         return false;
     }
     if (tracks > 1)

@@ -32,8 +32,8 @@ Bytes oneBar(std::uint16_t tracks, std::uint16_t division) {
 struct BadInput {
     const char* name;
     std::function<fs::path(const fs::path& dir)> make;
-    // What the desktop's alert says after "The file ", empty for no alert about the file; and
-    // whether it makes a pattern of it.
+    // What the desktop's alert says after "Format error. The file ", empty for no alert about the
+    // file; and whether it makes a pattern of it.
     std::string desktopSays;
     bool desktopMakes;
     // What the tool says after the path; empty when it reads the file and converts it.
@@ -120,7 +120,7 @@ TEST(BadInput, EveryBadFileOrPathIsAnsweredAtOnceByTheProgramAndTheTool) {
         const double desktop = secondsSince(start);
         EXPECT_EQ(patterns.getPtnData().size(), before + (in.desktopMakes ? 1 : 0));
         if (!in.desktopSays.empty()) {
-            EXPECT_EQ(informative.toStdString(), "The file " + in.desktopSays + ".");
+            EXPECT_EQ(informative.toStdString(), "Format error. The file " + in.desktopSays + ".");
         } else {
             EXPECT_FALSE(informative.startsWith("The file")) << informative.toStdString();
         }

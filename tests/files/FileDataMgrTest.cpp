@@ -522,7 +522,8 @@ TEST_F(LoadSmfTest, FilesThatMakeNoPattern) {
     test::NotificationRecorder seen;
     EXPECT_FALSE(CFileDataMgr::loadSmf(dir / "missing.mid"));
     ASSERT_EQ(alerts->shown.size(), 1u);
-    EXPECT_EQ(alertText(0), "Load MIDI File.|The file cannot be read: No such file or directory.|");
+    EXPECT_EQ(alertText(0),
+              "Load MIDI File.|Format error. The file cannot be read: No such file or directory.|");
     EXPECT_EQ(seen.total(), 0);
 
     // Less than a bar: the pattern goes again, without a word.
