@@ -90,11 +90,38 @@ protected:
         return p;
     }
     const CPtnDataMgr& pattern(std::size_t i) { return *patterns().getPtnData().at(i); }
+    std::shared_ptr<CPtnDataMgr> last() { return patterns().getPtnData().back(); }
+    fs::path midi(const std::string& name, const Bytes& bytes) {
+        return writeBytes(dir / name, bytes);
+    }
+    std::string alertText(std::size_t i) const {
+        const auto& a = alerts->shown.at(i);
+        return a.message + "|" + a.informative + "|" + a.confirmButton;
+    }
+    // A test may work in the scratch folder: the folder it started in is restored first.
+    ~FileDataMgrTest() override { fs::current_path(startedIn); }
 
+    const fs::path startedIn = fs::current_path();
     test::ScratchFolder dir;
     Context ctx;
     test::ScriptedAlerts* alerts = nullptr;
 };
+using LoadSmfTest = FileDataMgrTest;
+
+// Two bars of quarter-note kicks at division 96, so file ticks are the unit's steps, after a
+// Set Tempo unless `micros` is 0.
+TrackBuilder kicks(std::uint32_t micros = 0) {
+    TrackBuilder t;
+    if (micros != 0) t.tempo(0, micros);
+    t.noteOn(0, 36, 100);
+    for (int i = 1; i < 8; ++i) t.noteOn(96, 36, 100);
+    return t;
+}
+
+// The kicks, ended a step after the last, in a file of one track.
+Bytes groove(std::uint32_t micros) {
+    return smfFile(0, 96, {kicks(micros).endOfTrack(96).chunk()});
+}
 
 TEST_F(FileDataMgrTest, SavesTheWorkedExampleByteForByte) {
     auto rock = addPattern("ROCK", quarters(120));
@@ -158,11 +185,10 @@ TEST_F(FileDataMgrTest, AFileHoldsFiftyPatternsAtMost) {
     for (int row = 10; row < 50; ++row) last40.insert(row);
     patterns().removePatternData(last40);
     ASSERT_TRUE(CFileDataMgr::exportData(dir / "fewer.QL0"));
-    EXPECT_EQ(std::string(f.begin() + slotAt(49), f.begin() + slotAt(50)), [&] {
-        const Bytes g = readBytes(dir / "fewer.QL0");
-        return std::string(g.begin() + slotAt(49), g.begin() + slotAt(50));
-    }());
-    EXPECT_EQ(le(readBytes(dir / "fewer.QL0"), slotAt(12), 4), 0u) << "first quarter cleared";
+    const Bytes fewer = readBytes(dir / "fewer.QL0");
+    ASSERT_EQ(fewer.size(), kFileSize);
+    EXPECT_TRUE(std::equal(f.begin() + slotAt(49), f.end(), fewer.begin() + slotAt(49)));
+    EXPECT_EQ(le(fewer, slotAt(12), 4), 0u) << "first quarter cleared";
 
     // The header alone says how many slots are in use; more than 50 is not believed, and
     // said so once.
@@ -265,22 +291,6 @@ TEST_F(FileDataMgrTest, BarsAreRecountedInFourFourAndTheUnitPlaysThreeFillsAsOne
     for (int v : {2, 4, 6, 8}) EXPECT_EQ(pattern(0).getPhraseAtVariation(v)->getBars(), 4) << v;
 }
 
-// Works in `folder` while it lives.
-class WorkingDirectory {
-public:
-    explicit WorkingDirectory(const fs::path& folder) : mBefore(fs::current_path()) {
-        fs::current_path(folder);
-    }
-    ~WorkingDirectory() { fs::current_path(mBefore); }
-    WorkingDirectory(const WorkingDirectory&) = delete;
-    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
-
-private:
-    fs::path mBefore;
-};
-
-Bytes groove(std::uint32_t micros, std::uint8_t velocity = 100);
-
 // Variations read from a pattern file are named "USER", which is no file: a MIDI file of that
 // name in the working directory must not reach them, however the pattern file is read.
 TEST_F(FileDataMgrTest, PatternsReadFromAFileIgnoreAMidiFileNamedUser) {
@@ -288,7 +298,7 @@ TEST_F(FileDataMgrTest, PatternsReadFromAFileIgnoreAMidiFileNamedUser) {
     ASSERT_TRUE(CFileDataMgr::saveData());
     const fs::path backup = writeBytes(dir / "a.QL0", readBytes(unitFile()));
     writeBytes(dir / "USER", groove(300000));
-    const WorkingDirectory inDir(dir.path());
+    fs::current_path(dir.path());
     const std::vector<std::pair<std::string, std::function<bool()>>> reads = {
         {"import", [&] { return CFileDataMgr::importData(backup); }},
         {"unit", [] { return CFileDataMgr::loadData(); }},
@@ -418,34 +428,6 @@ TEST_F(FileDataMgrTest, AFailedWriteKeepsThePreviousFileAndMakesNoBackup) {
     EXPECT_EQ(std::distance(fs::directory_iterator(dir / "unit"), fs::directory_iterator()), 1)
         << "no temporary file is left behind";
 }
-
-// Two bars of quarter-note kicks at division 96, so file ticks are the unit's steps.
-TrackBuilder kicks(std::uint8_t velocity = 100) {
-    TrackBuilder t;
-    t.noteOn(0, 36, velocity);
-    for (int i = 1; i < 8; ++i) t.noteOn(96, 36, velocity);
-    return t;
-}
-
-// The kicks in one track, after a Set Tempo unless `micros` is 0.
-Bytes groove(std::uint32_t micros, std::uint8_t velocity) {
-    TrackBuilder t;
-    if (micros != 0) t.tempo(0, micros);
-    t.raw(kicks(velocity).body()).endOfTrack(96);
-    return smfFile(0, 96, {t.chunk()});
-}
-
-class LoadSmfTest : public FileDataMgrTest {
-protected:
-    fs::path midi(const std::string& name, const Bytes& bytes) {
-        return writeBytes(dir / name, bytes);
-    }
-    std::shared_ptr<CPtnDataMgr> last() { return patterns().getPtnData().back(); }
-    std::string alertText(std::size_t i) const {
-        const auto& a = alerts->shown.at(i);
-        return a.message + "|" + a.informative + "|" + a.confirmButton;
-    }
-};
 
 TEST_F(LoadSmfTest, AppendsAPatternWhoseTenVariationsHoldTheFile) {
     patterns().addPatternData();
