@@ -281,7 +281,6 @@ TEST_F(FileDataMgrTest, BarsAreRecountedInFourFourAndTheUnitPlaysThreeFillsAsOne
     EXPECT_EQ(fromUnit.getNume(), 3);
     for (int v = 0; v < kVariationCount; ++v) {
         EXPECT_EQ(fromUnit.getPhraseAtVariation(v)->getTotalBars(), 12) << v;
-        EXPECT_EQ(fromUnit.getPhraseAtVariation(v)->getFileName(), "USER");
     }
     EXPECT_EQ(fromUnit.getPhraseAtVariation(0)->getBars(), 12);
     for (int v : {2, 4, 6}) EXPECT_EQ(fromUnit.getPhraseAtVariation(v)->getBars(), 1) << v;
@@ -353,10 +352,9 @@ TEST_F(FileDataMgrTest, AFileReadPostsOnceWhenTheCollectionIsActive) {
 
     ASSERT_TRUE(CFileDataMgr::importData(dir / "full.QL0"));
     ASSERT_EQ(patternCount(), 50u);
-    EXPECT_EQ(seen.count(NOTIFY_PATTERN_PARM_CHANGED), 1);
     EXPECT_EQ(seen.count(NOTIFY_PARAM_CHANGED_MARK), 1);
     EXPECT_EQ(seen.total(), 2);
-    ASSERT_EQ(posts.size(), 1u);
+    ASSERT_EQ(posts.size(), 1u) << "one change for the collection";
     EXPECT_TRUE(posts[0].first) << "posted while the collection read as inactive";
     EXPECT_EQ(posts[0].second.kind, PatternChange::Kind::Reset);
 
@@ -367,15 +365,6 @@ TEST_F(FileDataMgrTest, AFileReadPostsOnceWhenTheCollectionIsActive) {
     ASSERT_EQ(posts.size(), 1u);
     EXPECT_EQ(posts[0].second.kind, PatternChange::Kind::Inserted);
     EXPECT_EQ(posts[0].second.pattern, 50);
-}
-
-// (from, bars) of every variation.
-std::vector<std::pair<int, int>> windows(const CPtnDataMgr& p) {
-    std::vector<std::pair<int, int>> w;
-    for (int v = 0; v < kVariationCount; ++v) {
-        w.emplace_back(p.getPhraseAtVariation(v)->getFrom(), p.getPhraseAtVariation(v)->getBars());
-    }
-    return w;
 }
 
 TEST_F(FileDataMgrTest, ExportThenImportGivesThePatternsBack) {
@@ -391,14 +380,18 @@ TEST_F(FileDataMgrTest, ExportThenImportGivesThePatternsBack) {
     b->setNume(6);
     ASSERT_TRUE(CFileDataMgr::exportData(dir / "backup.QL0"));
     EXPECT_TRUE(CEditNotify::isEdited()) << "an export is not a save";
-    const auto windowsA = windows(*a);
 
     ASSERT_TRUE(CFileDataMgr::importData(dir / "backup.QL0"));
     ASSERT_EQ(patternCount(), 2u);
+    ASSERT_NE(patterns().getPtnData()[0], a) << "the import makes new patterns";
     EXPECT_EQ(pattern(0).getName(), "LONGER THAN ");
     EXPECT_EQ(pattern(0).getKitNum(), 7);
     EXPECT_EQ(pattern(0).getTempo(), 133);
-    EXPECT_EQ(windows(pattern(0)), windowsA);
+    for (int v = 0; v < kVariationCount; ++v) {
+        const auto &got = pattern(0).getPhraseAtVariation(v), &was = a->getPhraseAtVariation(v);
+        EXPECT_EQ(got->getFrom(), was->getFrom()) << v;
+        EXPECT_EQ(got->getBars(), was->getBars()) << v;
+    }
     EXPECT_EQ(notesOf(*pattern(0).getPhraseAtVariation(0)), quarters(64));
     EXPECT_EQ(notesOf(*pattern(0).getPhraseAtVariation(3)), quarters(10))
         << "every variation plays as many of the Intro's notes as it had of its own";
