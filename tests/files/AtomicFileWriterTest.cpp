@@ -21,9 +21,7 @@ using test::readBytes;
 class AtomicFileWriterTest : public ::testing::Test {
 protected:
     ~AtomicFileWriterTest() override { AtomicFileWriter::setFaultsForTesting({}); }
-    static fs::path backupsOf(const fs::path& file, const std::string& model = {}) {
-        return BackupStore().folderFor(file, model);
-    }
+    static fs::path backupsOf(const fs::path& file) { return BackupStore().folderFor(file, {}); }
     static WriteReport write(const fs::path& file, const Bytes& bytes) {
         return AtomicFileWriter::write(file, bytes);
     }
@@ -100,32 +98,33 @@ TEST_F(AtomicFileWriterTest, FailedWritesLeaveTheOldFileAndTheBackupHistoryAsThe
     const auto history = namesIn(backupsOf(target));
     ASSERT_EQ(history.size(), 1u);
 
+    const fs::path folder = dir / "DIR.QL0";  // a folder cannot be renamed over
+    fs::create_directory(folder);
     struct Case {
         const char* what;
         AtomicFileWriter::Faults faults;
-        std::function<void()> setUp;
+        fs::path file;
     };
     const Case cases[] = {
-        {"a bad disk half way", {.failAfterBytes = 3}, {}},
-        {"no room beside it, and too little to grow it in place", {.roomBeside = 1}, {}},
+        {"a bad disk half way", {.failAfterBytes = 3}, target},
+        {"no room beside it, and too little to grow it in place", {.roomBeside = 1}, target},
         {"no room beside it, and the backup device full half way",
          {.roomBeside = 0, .roomForBackup = 2},
-         {}},
+         target},
         {"the backup is full half way and the target cannot be renamed over",
          {.roomForBackup = 0},
-         [&] { fs::create_directory(dir / "DIR.QL0"); }},
+         folder},
     };
     for (const Case& c : cases) {
         AtomicFileWriter::setFaultsForTesting(c.faults);
-        if (c.setUp) c.setUp();
         for (int i = 0; i < 21; ++i) {
-            const WriteReport r = write(c.setUp ? dir / "DIR.QL0" : target, {9, 9, 9, 9, 9, 9});
+            const WriteReport r = write(c.file, {9, 9, 9, 9, 9, 9});
             ASSERT_FALSE(r.ok) << c.what;
             EXPECT_FALSE(r.error.empty()) << c.what;
         }
         EXPECT_EQ(readBytes(target), (Bytes{2, 2, 2, 2})) << c.what;
         EXPECT_EQ(namesIn(backupsOf(target)), history) << c.what;
-        EXPECT_EQ(namesIn(dir.path()).size(), c.setUp ? 3u : 2u) << c.what << ": no temporary";
+        EXPECT_EQ(namesIn(dir.path()).size(), 3u) << c.what << ": no temporary";
     }
     AtomicFileWriter::setFaultsForTesting({});
     ASSERT_TRUE(write(target, {3}).ok);

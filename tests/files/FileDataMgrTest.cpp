@@ -90,11 +90,38 @@ protected:
         return p;
     }
     const CPtnDataMgr& pattern(std::size_t i) { return *patterns().getPtnData().at(i); }
+    std::shared_ptr<CPtnDataMgr> last() { return patterns().getPtnData().back(); }
+    fs::path midi(const std::string& name, const Bytes& bytes) {
+        return writeBytes(dir / name, bytes);
+    }
+    std::string alertText(std::size_t i) const {
+        const auto& a = alerts->shown.at(i);
+        return a.message + "|" + a.informative + "|" + a.confirmButton;
+    }
+    // A test may work in the scratch folder: the folder it started in is restored first.
+    ~FileDataMgrTest() override { fs::current_path(startedIn); }
 
+    const fs::path startedIn = fs::current_path();
     test::ScratchFolder dir;
     Context ctx;
     test::ScriptedAlerts* alerts = nullptr;
 };
+using LoadSmfTest = FileDataMgrTest;
+
+// Two bars of quarter-note kicks at division 96, so file ticks are the unit's steps, after a
+// Set Tempo unless `micros` is 0.
+TrackBuilder kicks(std::uint32_t micros = 0) {
+    TrackBuilder t;
+    if (micros != 0) t.tempo(0, micros);
+    t.noteOn(0, 36, 100);
+    for (int i = 1; i < 8; ++i) t.noteOn(96, 36, 100);
+    return t;
+}
+
+// The kicks, ended a step after the last, in a file of one track.
+Bytes groove(std::uint32_t micros) {
+    return smfFile(0, 96, {kicks(micros).endOfTrack(96).chunk()});
+}
 
 TEST_F(FileDataMgrTest, SavesTheWorkedExampleByteForByte) {
     auto rock = addPattern("ROCK", quarters(120));
@@ -158,11 +185,10 @@ TEST_F(FileDataMgrTest, AFileHoldsFiftyPatternsAtMost) {
     for (int row = 10; row < 50; ++row) last40.insert(row);
     patterns().removePatternData(last40);
     ASSERT_TRUE(CFileDataMgr::exportData(dir / "fewer.QL0"));
-    EXPECT_EQ(std::string(f.begin() + slotAt(49), f.begin() + slotAt(50)), [&] {
-        const Bytes g = readBytes(dir / "fewer.QL0");
-        return std::string(g.begin() + slotAt(49), g.begin() + slotAt(50));
-    }());
-    EXPECT_EQ(le(readBytes(dir / "fewer.QL0"), slotAt(12), 4), 0u) << "first quarter cleared";
+    const Bytes fewer = readBytes(dir / "fewer.QL0");
+    ASSERT_EQ(fewer.size(), kFileSize);
+    EXPECT_TRUE(std::equal(f.begin() + slotAt(49), f.end(), fewer.begin() + slotAt(49)));
+    EXPECT_EQ(le(fewer, slotAt(12), 4), 0u) << "first quarter cleared";
 
     // The header alone says how many slots are in use; more than 50 is not believed, and
     // said so once.
@@ -255,7 +281,6 @@ TEST_F(FileDataMgrTest, BarsAreRecountedInFourFourAndTheUnitPlaysThreeFillsAsOne
     EXPECT_EQ(fromUnit.getNume(), 3);
     for (int v = 0; v < kVariationCount; ++v) {
         EXPECT_EQ(fromUnit.getPhraseAtVariation(v)->getTotalBars(), 12) << v;
-        EXPECT_EQ(fromUnit.getPhraseAtVariation(v)->getFileName(), "USER");
     }
     EXPECT_EQ(fromUnit.getPhraseAtVariation(0)->getBars(), 12);
     for (int v : {2, 4, 6}) EXPECT_EQ(fromUnit.getPhraseAtVariation(v)->getBars(), 1) << v;
@@ -265,22 +290,6 @@ TEST_F(FileDataMgrTest, BarsAreRecountedInFourFourAndTheUnitPlaysThreeFillsAsOne
     for (int v : {2, 4, 6, 8}) EXPECT_EQ(pattern(0).getPhraseAtVariation(v)->getBars(), 4) << v;
 }
 
-// Works in `folder` while it lives.
-class WorkingDirectory {
-public:
-    explicit WorkingDirectory(const fs::path& folder) : mBefore(fs::current_path()) {
-        fs::current_path(folder);
-    }
-    ~WorkingDirectory() { fs::current_path(mBefore); }
-    WorkingDirectory(const WorkingDirectory&) = delete;
-    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
-
-private:
-    fs::path mBefore;
-};
-
-Bytes groove(std::uint32_t micros, std::uint8_t velocity = 100);
-
 // Variations read from a pattern file are named "USER", which is no file: a MIDI file of that
 // name in the working directory must not reach them, however the pattern file is read.
 TEST_F(FileDataMgrTest, PatternsReadFromAFileIgnoreAMidiFileNamedUser) {
@@ -288,7 +297,7 @@ TEST_F(FileDataMgrTest, PatternsReadFromAFileIgnoreAMidiFileNamedUser) {
     ASSERT_TRUE(CFileDataMgr::saveData());
     const fs::path backup = writeBytes(dir / "a.QL0", readBytes(unitFile()));
     writeBytes(dir / "USER", groove(300000));
-    const WorkingDirectory inDir(dir.path());
+    fs::current_path(dir.path());
     const std::vector<std::pair<std::string, std::function<bool()>>> reads = {
         {"import", [&] { return CFileDataMgr::importData(backup); }},
         {"unit", [] { return CFileDataMgr::loadData(); }},
@@ -324,7 +333,6 @@ TEST_F(FileDataMgrTest, ASnapshotIsWrittenOnAnotherThreadAsItWasTaken) {
     ASSERT_TRUE(CFileDataMgr::loadData());
     EXPECT_EQ(pattern(0).getName(), "BEFORE      ");
     EXPECT_EQ(pattern(0).getTempo(), 120);
-    EXPECT_TRUE(CFileDataMgr::saveSnapshot(PatternSnapshot()));
 }
 
 // A whole file read, and a MIDI load, each post one change for the collection, after it is
@@ -343,10 +351,9 @@ TEST_F(FileDataMgrTest, AFileReadPostsOnceWhenTheCollectionIsActive) {
 
     ASSERT_TRUE(CFileDataMgr::importData(dir / "full.QL0"));
     ASSERT_EQ(patternCount(), 50u);
-    EXPECT_EQ(seen.count(NOTIFY_PATTERN_PARM_CHANGED), 1);
     EXPECT_EQ(seen.count(NOTIFY_PARAM_CHANGED_MARK), 1);
     EXPECT_EQ(seen.total(), 2);
-    ASSERT_EQ(posts.size(), 1u);
+    ASSERT_EQ(posts.size(), 1u) << "one change for the collection";
     EXPECT_TRUE(posts[0].first) << "posted while the collection read as inactive";
     EXPECT_EQ(posts[0].second.kind, PatternChange::Kind::Reset);
 
@@ -357,15 +364,6 @@ TEST_F(FileDataMgrTest, AFileReadPostsOnceWhenTheCollectionIsActive) {
     ASSERT_EQ(posts.size(), 1u);
     EXPECT_EQ(posts[0].second.kind, PatternChange::Kind::Inserted);
     EXPECT_EQ(posts[0].second.pattern, 50);
-}
-
-// (from, bars) of every variation.
-std::vector<std::pair<int, int>> windows(const CPtnDataMgr& p) {
-    std::vector<std::pair<int, int>> w;
-    for (int v = 0; v < kVariationCount; ++v) {
-        w.emplace_back(p.getPhraseAtVariation(v)->getFrom(), p.getPhraseAtVariation(v)->getBars());
-    }
-    return w;
 }
 
 TEST_F(FileDataMgrTest, ExportThenImportGivesThePatternsBack) {
@@ -381,14 +379,18 @@ TEST_F(FileDataMgrTest, ExportThenImportGivesThePatternsBack) {
     b->setNume(6);
     ASSERT_TRUE(CFileDataMgr::exportData(dir / "backup.QL0"));
     EXPECT_TRUE(CEditNotify::isEdited()) << "an export is not a save";
-    const auto windowsA = windows(*a);
 
     ASSERT_TRUE(CFileDataMgr::importData(dir / "backup.QL0"));
     ASSERT_EQ(patternCount(), 2u);
+    ASSERT_NE(patterns().getPtnData()[0], a) << "the import makes new patterns";
     EXPECT_EQ(pattern(0).getName(), "LONGER THAN ");
     EXPECT_EQ(pattern(0).getKitNum(), 7);
     EXPECT_EQ(pattern(0).getTempo(), 133);
-    EXPECT_EQ(windows(pattern(0)), windowsA);
+    for (int v = 0; v < kVariationCount; ++v) {
+        const auto &got = pattern(0).getPhraseAtVariation(v), &was = a->getPhraseAtVariation(v);
+        EXPECT_EQ(got->getFrom(), was->getFrom()) << v;
+        EXPECT_EQ(got->getBars(), was->getBars()) << v;
+    }
     EXPECT_EQ(notesOf(*pattern(0).getPhraseAtVariation(0)), quarters(64));
     EXPECT_EQ(notesOf(*pattern(0).getPhraseAtVariation(3)), quarters(10))
         << "every variation plays as many of the Intro's notes as it had of its own";
@@ -415,37 +417,9 @@ TEST_F(FileDataMgrTest, AFailedWriteKeepsThePreviousFileAndMakesNoBackup) {
     EXPECT_EQ(readBytes(unitFile()), old);
     EXPECT_TRUE(CEditNotify::isEdited());
     EXPECT_EQ(copies(), copiesBefore) << "a failed write keeps no copy of the old file";
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir / "unit"), fs::directory_iterator()), 1)
+    EXPECT_EQ(test::namesIn(dir / "unit"), std::vector<std::string>{"RHYTHM.QL0"})
         << "no temporary file is left behind";
 }
-
-// Two bars of quarter-note kicks at division 96, so file ticks are the unit's steps.
-TrackBuilder kicks(std::uint8_t velocity = 100) {
-    TrackBuilder t;
-    t.noteOn(0, 36, velocity);
-    for (int i = 1; i < 8; ++i) t.noteOn(96, 36, velocity);
-    return t;
-}
-
-// The kicks in one track, after a Set Tempo unless `micros` is 0.
-Bytes groove(std::uint32_t micros, std::uint8_t velocity) {
-    TrackBuilder t;
-    if (micros != 0) t.tempo(0, micros);
-    t.raw(kicks(velocity).body()).endOfTrack(96);
-    return smfFile(0, 96, {t.chunk()});
-}
-
-class LoadSmfTest : public FileDataMgrTest {
-protected:
-    fs::path midi(const std::string& name, const Bytes& bytes) {
-        return writeBytes(dir / name, bytes);
-    }
-    std::shared_ptr<CPtnDataMgr> last() { return patterns().getPtnData().back(); }
-    std::string alertText(std::size_t i) const {
-        const auto& a = alerts->shown.at(i);
-        return a.message + "|" + a.informative + "|" + a.confirmButton;
-    }
-};
 
 TEST_F(LoadSmfTest, AppendsAPatternWhoseTenVariationsHoldTheFile) {
     patterns().addPatternData();

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <span>
 #include <string>
 
 namespace tavrel {
@@ -26,15 +27,11 @@ struct Known {
 // FNV-1a over every record's bytes as the unit stores them (delta little-endian).
 std::uint64_t hashOf(const StepRecord* records, int count) {
     std::uint64_t h = 1469598103934665603ull;
-    const auto mix = [&h](unsigned byte) {
-        h ^= byte & 0xFFu;
-        h *= 1099511628211ull;
-    };
-    for (int i = 0; i < count; ++i) {
-        mix(records[i].delta);
-        mix(records[i].delta >> 8u);
-        mix(records[i].note);
-        mix(records[i].velocity);
+    for (const StepRecord& r : std::span(records, static_cast<std::size_t>(count))) {
+        for (const unsigned byte :
+             {r.delta & 0xFFu, unsigned{r.delta} >> 8u, unsigned{r.note}, unsigned{r.velocity}}) {
+            h = (h ^ byte) * 1099511628211ull;
+        }
     }
     return h;
 }

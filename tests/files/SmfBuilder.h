@@ -66,13 +66,7 @@ public:
                       static_cast<std::uint8_t>(micros >> 8), static_cast<std::uint8_t>(micros)});
     }
     TrackBuilder& endOfTrack(std::uint32_t delta = 0) { return event(delta, {0xFF, 0x2F, 0x00}); }
-    // Bytes appended as they are, with no delta time in front.
-    TrackBuilder& raw(const Bytes& bytes) {
-        mBody = mBody + bytes;
-        return *this;
-    }
 
-    const Bytes& body() const { return mBody; }
     Bytes chunk() const { return test::chunk("MTrk", mBody); }
 
 private:

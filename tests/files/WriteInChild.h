@@ -10,15 +10,12 @@
 #include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <cstdio>
+
 #include <functional>
-#include <optional>
 #include <sstream>
 #include <string>
 
 namespace tavrel::test {
-
-constexpr uid_t kNobody = 65534;
 
 struct ChildReport {
     std::string skipped;  // why the child could not do what was asked
@@ -26,6 +23,8 @@ struct ChildReport {
 };
 
 // `prepare` runs in the child before the write and returns an empty string or why it cannot.
+// The child sends one line each: that reason, the flags as digits, the error, the backup and why
+// there is none.
 inline ChildReport writeInChild(const std::function<std::string()>& prepare,
                                 const std::function<WriteReport()>& write) {
     int pipeFds[2];
@@ -33,16 +32,11 @@ inline ChildReport writeInChild(const std::function<std::string()>& prepare,
     const pid_t pid = ::fork();
     if (pid == 0) {
         ::close(pipeFds[0]);
-        std::string skipped = prepare();
-        WriteReport r;
-        if (skipped.empty()) r = write();
-        std::ostringstream out;
-        out << skipped << '\n'
-            << r.ok << r.replaced << r.inPlace << '\n'
-            << r.error << '\n'
-            << r.backup.string() << '\n'
-            << r.noBackup << '\n';
-        const std::string text = out.str();
+        const std::string skipped = prepare();
+        const WriteReport r = skipped.empty() ? write() : WriteReport{};
+        const std::string text = skipped + '\n' + std::to_string(r.ok) +
+                                 std::to_string(r.replaced) + std::to_string(r.inPlace) + '\n' +
+                                 r.error + '\n' + r.backup.string() + '\n' + r.noBackup + '\n';
         const ssize_t n = ::write(pipeFds[1], text.data(), text.size());
         ::_exit(n == static_cast<ssize_t>(text.size()) ? 0 : 1);
     }
@@ -51,8 +45,7 @@ inline ChildReport writeInChild(const std::function<std::string()>& prepare,
     char buf[4096];
     for (ssize_t n; (n = ::read(pipeFds[0], buf, sizeof buf)) > 0;) text.append(buf, n);
     ::close(pipeFds[0]);
-    int status = 0;
-    ::waitpid(pid, &status, 0);
+    ::waitpid(pid, nullptr, 0);
     std::istringstream in(text);
     ChildReport child;
     std::string flags, backup;
@@ -69,10 +62,10 @@ inline ChildReport writeInChild(const std::function<std::string()>& prepare,
     return child;
 }
 
-// For the child: root gives up its rights; a user without them keeps what it has.
+// For the child: root gives up its rights to "nobody"; a user without them keeps what it has.
 inline std::string dropToNobody() {
     if (::geteuid() != 0) return {};
-    if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) {
+    if (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0) {
         return "cannot drop to an unprivileged user";
     }
     return {};
