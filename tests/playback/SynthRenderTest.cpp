@@ -71,12 +71,7 @@ float loudest(const std::vector<float>& samples, std::int64_t from, std::int64_t
 
 class SynthRenderTest : public SynthFixture {
 protected:
-    void SetUp() override {
-        SynthFixture::SetUp();
-        if (IsSkipped()) return;
-        synth = openSynth(DownSampler::kInRate);
-        ASSERT_TRUE(synth);
-    }
+    SynthRenderTest() : SynthFixture(DownSampler::kInRate) {}
 
     // A two-bar phrase of which the one-bar window plays: the note after the window is never
     // heard.
@@ -101,15 +96,14 @@ protected:
     }
 
     Context context;
-    std::unique_ptr<DrumSynth> synth;
     ScratchFolder dir;
 };
 
 TEST_F(SynthRenderTest, EveryNoteStartsOnItsTickAndEachPassEndsInSilence) {
     // Uneven steps, so a grid shifted or stretched by any amount shows.
     const std::vector<int> hits = {0, 48, 120, 168};
-    std::vector<Note> notes(hits.size(), {0, kClaves});
-    for (std::size_t i = 0; i < hits.size(); ++i) notes[i].tick = hits[i];
+    std::vector<Note> notes;
+    for (const int tick : hits) notes.push_back({tick, kClaves});
     notes.push_back({400, kClaves});  // past the window
     pattern(notes);
     const int loops = 3;
