@@ -30,6 +30,7 @@ const std::vector<std::size_t> kSizes{16, 31, 256, 257, 4096};
 // One message of each size, each with bytes of its own.
 std::vector<Bytes> messages(const std::vector<std::size_t>& sizes) {
     std::vector<Bytes> all;
+    all.reserve(sizes.size());
     for (const std::size_t size : sizes) {
         all.push_back(test::exclusive(size, static_cast<std::uint8_t>(all.size())));
     }
@@ -158,7 +159,7 @@ protected:
     }
 
     // What the cable carries to us.
-    void cableSends(const Bytes& bytes) {
+    void cableSends(const Bytes& bytes) const {
         ASSERT_EQ(::write(mRaw, bytes.data(), bytes.size()), std::ssize(bytes));
     }
     // What the cable carries away, until `count` bytes came or two seconds passed.

@@ -102,8 +102,8 @@ protected:
 TEST_F(SynthRenderTest, EveryNoteStartsOnItsTickAndEachPassEndsInSilence) {
     // Uneven steps, so a grid shifted or stretched by any amount shows.
     const std::vector<int> hits = {0, 48, 120, 168};
-    std::vector<Note> notes;
-    for (const int tick : hits) notes.push_back({tick, kClaves});
+    std::vector<Note> notes(hits.size(), {0, kClaves});
+    for (std::size_t i = 0; i < hits.size(); ++i) notes[i].tick = hits[i];
     notes.push_back({400, kClaves});  // past the window
     pattern(notes);
     const int loops = 3;
