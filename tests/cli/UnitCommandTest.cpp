@@ -57,7 +57,7 @@ protected:
         Args args;
         for (const auto& name : examples)
             args.push_back(std::string(TAVREL_EXAMPLES_DIR) + "/" + name);
-        const std::string file = (dir / "in.QL0").string();
+        std::string file = (dir / "in.QL0").string();
         args.insert(args.end(), {"-o", file});
         EXPECT_EQ(ConvertCommand::run(args, {out, err}), kExitOk) << err.str();
         return file;
