@@ -1,4 +1,6 @@
-// Our client as other programs on the sequencer see it, and theirs as the transport lists them.
+// Our client as other programs on the sequencer see it, theirs as the transport lists them, and
+// their endpoints coming and going told to the delegate within a second, the bound within which
+// the device link notices a unit that is plugged in or pulled.
 
 #include "alsa/AlsaTestKit.h"
 #include "alsa/RawClient.h"
@@ -6,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdio>
 #include <map>
 #include <set>
 #include <string>
@@ -14,12 +18,24 @@
 namespace tavrel {
 namespace {
 
+using namespace std::chrono_literals;
 using test::RawClient;
 
 constexpr unsigned int kRead = RawClient::kReadable;
 constexpr unsigned int kWrite = RawClient::kWritable;
 
-using AlsaPortsTest = test::TransportTest;
+class AlsaPortsTest : public test::TransportTest {
+protected:
+    // How long after `action` the delegate is given `call`; five seconds when it never is.
+    template <class Action>
+    std::chrono::milliseconds until(const std::string& call, Action action) {
+        const auto start = std::chrono::steady_clock::now();
+        action();
+        test::eventually([&] { return told(call); });
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::steady_clock::now() - start);
+    }
+};
 
 std::vector<RawClient::PortInfo> portsOf(const RawClient& watcher, const std::string& client) {
     std::vector<RawClient::PortInfo> found;
@@ -100,6 +116,32 @@ TEST_F(AlsaPortsTest, ListsWhatOtherProgramsLetUsSubscribeToUnderNameAndAddress)
     for (const auto* list : {&midi->getInputPortList(), &midi->getOutputPortList()}) {
         EXPECT_GE(test::indexOf(*list, "Midi Through:Midi Through Port-0"), 0);
     }
+}
+
+TEST_F(AlsaPortsTest, PortsComingAndGoingAreToldWithinASecond) {
+    RawClient pads("Pads");
+    ASSERT_TRUE(pads.isOpen());
+    int port = -1;
+    const auto added =
+        until("added Pads:io (source)", [&] { port = pads.addPort("io", kRead | kWrite); });
+    EXPECT_LT(added, 1s);
+    // Told in turn, each as the service hands it over: the second may come a moment later.
+    EXPECT_TRUE(test::eventually([&] { return told("added Pads:io (destination)"); }));
+
+    const auto removed =
+        until("removed Pads:io (destination)", [&] { ASSERT_EQ(pads.removePort(port), 0); });
+    EXPECT_LT(removed, 1s);
+    EXPECT_TRUE(test::eventually([&] { return told("removed Pads:io (source)"); }));
+
+    // A program that quits takes its ports along.
+    auto keys = std::make_unique<RawClient>("Keys");
+    ASSERT_GE(keys->addPort("out", kRead), 0);
+    EXPECT_TRUE(test::eventually([&] { return told("added Keys:out (source)"); }));
+    const auto quit = until("removed Keys:out (source)", [&] { keys.reset(); });
+    EXPECT_LT(quit, 1s);
+    std::printf("told after: added %lld ms, removed %lld ms, quit %lld ms\n",
+                static_cast<long long>(added.count()), static_cast<long long>(removed.count()),
+                static_cast<long long>(quit.count()));
 }
 
 }  // namespace

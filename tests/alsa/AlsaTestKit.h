@@ -5,6 +5,8 @@
 #include "device/CportProperties.h"
 #include "device/TestKit.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
@@ -42,6 +44,13 @@ inline Bytes exclusive(std::size_t size, std::uint8_t seed) {
     message.front() = 0xF0;
     message.back() = 0xF7;
     return message;
+}
+
+// `parts` one after the other.
+inline Bytes joined(const std::vector<Bytes>& parts) {
+    Bytes all;
+    for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+    return all;
 }
 
 // A received exclusive message reaches the delegate in consecutive 256-byte pieces, the last
@@ -82,6 +91,13 @@ inline std::string summary(const std::vector<Bytes>& received) {
     }
     flush();
     return text;
+}
+
+// The pieces the delegate got against those expected: a short account of both first, so that a
+// failure shows where they part.
+inline void expectPieces(const std::vector<Bytes>& received, const std::vector<Bytes>& expected) {
+    EXPECT_EQ(summary(received), summary(expected));
+    EXPECT_TRUE(received == expected) << "same sizes, other bytes";
 }
 
 }  // namespace tavrel::test

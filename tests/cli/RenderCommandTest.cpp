@@ -66,28 +66,6 @@ TEST_F(RenderCommandTest, FailuresSayWhyInOneLineAndLeaveNoFile) {
     }
 }
 
-TEST_F(RenderCommandTest, WrongLinesExitTwoWithTheUsage) {
-    struct Case {
-        test::Command command;
-        Args args;
-        const char* usage;
-    };
-    const Case cases[] = {
-        {&RenderCommand::run, {kRock}, "render FILE.mid"},
-        {&RenderCommand::run, {kRock, "-o"}, "render FILE.mid"},
-        {&RenderCommand::run, {kRock, "-o", "x.wav", "--loops", "0"}, "render FILE.mid"},
-        {&RenderCommand::run, {kRock, "-o", "x.wav", "--synth"}, "render FILE.mid"},
-        {&RenderCommand::run, {kRock, "-o", "x.wav", "--seconds", "3"}, "render FILE.mid"},
-        {&PreviewCommand::run, {kRock, "--synth", "--simulate"}, "preview FILE.mid"},
-        {&PreviewCommand::run, {kRock, "--soundfont", "x.sf2", "--port", "QL"}, "preview FILE"},
-        {&PreviewCommand::run, {kRock, "--loops", "2"}, "preview FILE.mid"},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(run(c.command, c.args), kExitUsage) << c.args.back();
-        EXPECT_THAT(err.str(), HasSubstr(std::string("; usage: tavrel-cli ") + c.usage));
-    }
-}
-
 // Without a sound card the preview says so in one line and plays on, silently.
 TEST_F(RenderCommandTest, PreviewThroughTheSynthesizerPlaysWithOrWithoutAudio) {
     ASSERT_EQ(run(&PreviewCommand::run, {kRock, "--synth", "--seconds", "1"}), kExitOk)

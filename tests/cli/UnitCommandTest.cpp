@@ -1,7 +1,9 @@
-// `tavrel-cli unit` end to end against the unit simulated inside the command, in a storage
-// folder of the test's. The simulated unit answers at once, so nothing here waits.
+// `tavrel-cli unit` and `tavrel-cli preview` end to end against the unit simulated inside the
+// command, in a storage folder of the test's. The simulated unit answers at once, so nothing
+// here waits.
 #include "cli/CommandRig.h"
 #include "cli/ConvertCommand.h"
+#include "cli/PreviewCommand.h"
 #include "cli/UnitCommand.h"
 #include "cli/UnitOptions.h"
 #include "cli/UnitSession.h"
@@ -12,6 +14,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+#include <signal.h>
+
 #include <regex>
 #include <string>
 #include <vector>
@@ -20,6 +25,7 @@ namespace tavrel::cli {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::HasSubstr;
 
 // The simulator's kits as the link's list holds them: each name padded to the 15 characters
 // a slot of the unit's list has.
@@ -51,7 +57,7 @@ protected:
         Args args;
         for (const auto& name : examples)
             args.push_back(std::string(TAVREL_EXAMPLES_DIR) + "/" + name);
-        const std::string file = (dir / "in.QL0").string();
+        std::string file = (dir / "in.QL0").string();
         args.insert(args.end(), {"-o", file});
         EXPECT_EQ(ConvertCommand::run(args, {out, err}), kExitOk) << err.str();
         return file;
@@ -87,26 +93,6 @@ protected:
     fs::path unitFile() const { return storage() / "VANTIK" / "DATA" / "RHYTHM.QL0"; }
 };
 
-TEST_F(UnitCommandTest, BadCommandLinesExitTwoWithoutStartingAUnit) {
-    const std::string storage = this->storage().string();
-    const std::vector<Args> cases = {
-        {},
-        {"save"},
-        {"pull", "--simulate"},
-        {"push", "a.QL0", "b.QL0", "--simulate"},
-        {"pull", "a.QL0", "--json", "--simulate"},
-        {"load", "--simulate=QL-1000"},
-        {"load", "--sim-storage", storage},
-        {"load", "--simulate", "--volume-root", storage},
-    };
-    for (const Args& args : cases) {
-        EXPECT_EQ(run(&UnitCommand::run, args), kExitUsage);
-        EXPECT_THAT(err.str(), ::testing::HasSubstr("; usage: tavrel-cli unit "));
-        EXPECT_EQ(out.str(), "");
-    }
-    EXPECT_FALSE(fs::exists(storage));
-}
-
 TEST_F(UnitCommandTest, EachModelReportsItselfFreeAndLoadsItsKitsAndNoPatterns) {
     for (const std::string model : {"QL-900", "QL-414XE3"}) {
         SCOPED_TRACE(model);
@@ -129,10 +115,8 @@ TEST_F(UnitCommandTest, PushedPatternsComeBackByteForByteAndTheReplacedFileIsBac
 
     ASSERT_EQ(unit({"push", in}), kExitOk) << err.str();
     EXPECT_EQ(test::readBytes(unitFile()), test::readBytes(in));
-    std::vector<fs::path> backups;
-    for (const auto& entry : fs::directory_iterator(dir.backups() / "QL-900" / "RHYTHM.QL0")) {
-        backups.push_back(entry);
-    }
+    const std::vector<fs::path> backups(
+        fs::directory_iterator(dir.backups() / "QL-900" / "RHYTHM.QL0"), fs::directory_iterator());
     ASSERT_EQ(backups.size(), 1u);
     EXPECT_EQ(test::readBytes(backups[0]), seeded) << backups[0];
 
@@ -175,6 +159,48 @@ TEST_F(UnitCommandTest, CommandsLetTheUnitGoAndAHeldUnitOrAStoppedCommandIsOnlyR
         }
     }
     EXPECT_EQ(test::readBytes(unitFile()), before);
+}
+
+// Without --sim-storage the simulated unit's storage goes to XDG_DATA_HOME, in the rig's folder.
+class PreviewCommandTest : public UnitCommandTest {
+protected:
+    int preview(Args args) {
+        args.insert(args.begin(), std::string(TAVREL_EXAMPLES_DIR) + "/rock-4-4.mid");
+        return run(&PreviewCommand::run, args);
+    }
+};
+
+TEST_F(PreviewCommandTest, PlaysTheWindowIntoTheSimulatedUnitAndEndsEveryNote) {
+    EXPECT_EQ(preview({"--simulate", "--from", "9999"}), kExitFailed);
+    EXPECT_THAT(err.str(), HasSubstr("past the end"));
+    ASSERT_EQ(preview({"--simulate", "--variation", "1", "--from", "1", "--bars", "1", "--tempo",
+                       "350", "--seconds", "1"}),
+              kExitOk)
+        << err.str();
+    EXPECT_THAT(out.str(), HasSubstr("variation 1, bars 2 to 2, tempo 350, 4/4, through QL-900 "
+                                     "MIDI 1\n"));
+    EXPECT_THAT(out.str(), HasSubstr("Stopped after 1."));
+    std::smatch heard;
+    const std::string text = out.str();
+    ASSERT_TRUE(std::regex_search(text, heard,
+                                  std::regex("heard ([0-9]+) note-ons, then "
+                                             "([0-9]+) note-offs")))
+        << text;
+    EXPECT_GT(std::stoi(heard[1]), 0);
+    EXPECT_GT(std::stoi(heard[2]), 0) << "the stop's note-offs come last";
+}
+
+TEST_F(PreviewCommandTest, CtrlCStopsItLongBeforeItsTime) {
+    sigset_t interrupt;
+    sigemptyset(&interrupt);
+    sigaddset(&interrupt, SIGINT);
+    sigset_t previous;
+    pthread_sigmask(SIG_BLOCK, &interrupt, &previous);
+    pthread_kill(pthread_self(), SIGINT);  // waits, blocked, for the command to take it
+    const int exit = preview({"--simulate", "--seconds", "600"});
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    EXPECT_EQ(exit, kExitOk) << err.str();
+    EXPECT_THAT(out.str(), HasSubstr("Interrupted after 0."));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Tests that need the system's General MIDI SoundFont: skipped, with the reason, where none
-// is installed (`./dev deps` installs one); the step log is kept quiet.
+// is installed (`./dev deps` installs one); the step log is kept quiet. Given a sample rate,
+// the fixture opens a synthesizer on that SoundFont for the test.
 #pragma once
 
 #include "model/Log.h"
@@ -14,7 +15,7 @@ namespace tavrel::test {
 
 class SynthFixture : public ::testing::Test {
 protected:
-    SynthFixture() {
+    explicit SynthFixture(double sampleRate = 0) : mSampleRate(sampleRate) {
         Log::setSink([](std::string_view, std::string_view) {});
     }
     ~SynthFixture() override { Log::setSink({}); }
@@ -23,14 +24,16 @@ protected:
         if (!DrumSynth::defaultSoundFont()) {
             GTEST_SKIP() << "no General MIDI SoundFont installed (./dev deps installs one)";
         }
+        if (mSampleRate == 0) return;
+        std::string error;
+        synth = DrumSynth::open(*DrumSynth::defaultSoundFont(), mSampleRate, error);
+        ASSERT_TRUE(synth) << error;
     }
 
-    static std::unique_ptr<DrumSynth> openSynth(double sampleRate) {
-        std::string error;
-        auto synth = DrumSynth::open(*DrumSynth::defaultSoundFont(), sampleRate, error);
-        EXPECT_TRUE(synth) << error;
-        return synth;
-    }
+    std::unique_ptr<DrumSynth> synth;
+
+private:
+    double mSampleRate;
 };
 
 }  // namespace tavrel::test

@@ -17,12 +17,7 @@ namespace {
 
 class SynthOutputTest : public SynthFixture {
 protected:
-    void SetUp() override {
-        SynthFixture::SetUp();
-        if (IsSkipped()) return;
-        synth = openSynth(48000);
-        ASSERT_TRUE(synth);
-    }
+    SynthOutputTest() : SynthFixture(48000) {}
 
     // Whether anything sounds after a short render.
     bool sounding() {
@@ -30,8 +25,6 @@ protected:
         synth->render(block.data(), 256);
         return synth->activeVoices() > 0;
     }
-
-    std::unique_ptr<DrumSynth> synth;
 };
 
 TEST_F(SynthOutputTest, WithNoAudioDriverSaysSoOnceAndStillTakesNotes) {

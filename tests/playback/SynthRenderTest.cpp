@@ -71,12 +71,7 @@ float loudest(const std::vector<float>& samples, std::int64_t from, std::int64_t
 
 class SynthRenderTest : public SynthFixture {
 protected:
-    void SetUp() override {
-        SynthFixture::SetUp();
-        if (IsSkipped()) return;
-        synth = openSynth(DownSampler::kInRate);
-        ASSERT_TRUE(synth);
-    }
+    SynthRenderTest() : SynthFixture(DownSampler::kInRate) {}
 
     // A two-bar phrase of which the one-bar window plays: the note after the window is never
     // heard.
@@ -101,7 +96,6 @@ protected:
     }
 
     Context context;
-    std::unique_ptr<DrumSynth> synth;
     ScratchFolder dir;
 };
 

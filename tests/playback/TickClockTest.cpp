@@ -23,8 +23,13 @@ std::int64_t ticksDueBy(std::int64_t step, std::int64_t tempo) {
     return k;
 }
 
+// A clock at 120 from step 0, polled a whole millisecond at a time.
 class TickClockTest : public ::testing::Test {
 protected:
+    TickClockTest() {
+        clock.tickClockSetTempo(120);
+        clock.tickClockStart();
+    }
     // Moves the wall clock on and polls, as the clock thread does after a wake.
     void poll(std::int64_t micros) {
         source.advance(micros);
@@ -64,8 +69,6 @@ TEST_F(TickClockTest, TicksFallOnThresholdsCountedFromTheCycleStart) {
 }
 
 TEST_F(TickClockTest, ALatePollStepsEveryMissedMillisecondAndKeepsTheRest) {
-    clock.tickClockSetTempo(120);
-    clock.tickClockStart();
     poll(7600);  // steps 1..7: ticks at 1 and 6
     EXPECT_EQ(clock.tickClockTakePending(), 2u);
     poll(400);   // the carried 0.6 ms and these 0.4 make step 8
@@ -89,8 +92,6 @@ TEST_F(TickClockTest, ALatePollStepsEveryMissedMillisecondAndKeepsTheRest) {
 }
 
 TEST_F(TickClockTest, ANewTempoRestartsTheCycleAtTheNextTick) {
-    clock.tickClockSetTempo(120);
-    clock.tickClockStart();
     pollEachMs(52);  // ticks at 1, 6, 11, ..., 47, 53 due next
     ASSERT_EQ(tickSteps.size(), 10u);
     EXPECT_TRUE(clock.tickClockSetTempo(60));
@@ -106,8 +107,6 @@ TEST_F(TickClockTest, ANewTempoRestartsTheCycleAtTheNextTick) {
 }
 
 TEST_F(TickClockTest, AStoppedClockNeitherTicksNorCatchesUpThePause) {
-    clock.tickClockSetTempo(120);
-    clock.tickClockStart();
     pollEachMs(8);  // ticks at 1 and 6; the next at 11
     clock.tickClockStop();
     EXPECT_FALSE(clock.running());
