@@ -1,28 +1,14 @@
-// The link as the program builds it, talking to the simulated unit over virtual MIDI on a
-// manual clock: waits settle the MIDI deliveries before looking, so every run sees the same
-// order of events and a 25 s time-out takes no real time. The unit's fault switches stand in
+// The link against the simulated unit on the manual clock. The unit's fault switches stand in
 // for a misbehaving unit; replies it would never send are sent by hand from its endpoint.
-#include "device/CConnectionMgr.h"
 #include "device/CLoadExec.h"
-#include "device/ManualTimeline.h"
-#include "device/TestKit.h"
-#include "device/ThreadWaiter.h"
-#include "device/platform/virtual/VirtualMidiService.h"
-#include "device/platform/virtual/VirtualVolumeService.h"
-#include "files/CFileDataMgr.h"
+#include "device/LinkRig.h"
 #include "model/CKitMgr.h"
-#include "model/CPatternMgr.h"
-#include "model/CPtnDataMgr.h"
 #include "sim/FactoryKits.h"
 #include "sim/SimProtocol.h"
-#include "sim/SimulatedUnit.h"
 #include "support/NotificationRecorder.h"
-#include "support/ScratchFolder.h"
-#include "support/ScriptedAlerts.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <tuple>
 
 namespace tavrel {
@@ -45,71 +31,20 @@ Strings factoryKits() {
     return names;
 }
 
-class LinkTest : public ::testing::Test {
+class LinkTest : public ::testing::Test, public test::LinkRig {
 protected:
-    void SetUp() override { start(sim::UnitModel::ql900()); }
-
-    // A fresh program, and a unit of `model` plugged in with the storage of the one before.
-    void start(const sim::UnitModel& model) {
-        link = nullptr;
-        context.reset();  // the link goes with it, before the transport
-        midi.reset();     // the MIDI service takes one client at a time
-        simulated.reset();
-        log.clear();
-        alerts.shown.clear();
-        context = std::make_unique<Context>();
-        simulated = std::make_unique<sim::SimulatedUnit>(model, service, volumes, timeline,
-                                                         temp / "storage");
-        ASSERT_TRUE(simulated->plugIn());
-        midi = std::make_unique<MidiLib>(service, mainThread.poster());
-        link = &context->install<CConnectionMgr, UnitStorage>(
-            std::make_unique<CConnectionMgr>(*midi, volumes, waiter, alerts));
-        settle();
-    }
-    // Hands on what the MIDI service raised, lets the link decode it and runs the endpoint
-    // changes posted to the main thread.
-    void settle() {
-        service.flush();
-        if (midi) midi->waitIdle();
-        mainThread.drain();
-    }
     void holdUnit() {
         ASSERT_FALSE(link->getOccupied());
         ASSERT_TRUE(link->setEditorMode());
     }
-    ms elapsed() const { return std::chrono::duration_cast<ms>(timeline.elapsed()); }
-    Strings alertTexts() const {
-        Strings texts;
-        for (const auto& shown : alerts.shown) texts.push_back(shown.message);
-        return texts;
-    }
-    sim::UnitFaults& faults() { return simulated->faults(); }
-    fs::path unitFolder() const { return simulated->storageRoot() / "VANTIK"; }
-    fs::path patternFile() const { return unitFolder() / "DATA" / "RHYTHM.QL0"; }
     // Sends `bytes` from the unit's source, unasked.
     void unitSends(const Bytes& bytes) {
         for (const auto& source : service.sources()) {
-            if (source.displayName == simulated->model().name() + " MIDI 1") {
+            if (source.displayName == unit->model().name() + " MIDI 1") {
                 EXPECT_TRUE(service.inject(source.uniqueId, bytes));
             }
         }
     }
-
-    test::ScratchFolder temp;
-    VirtualVolumeService volumes;
-    VirtualMidiService service;
-    ManualTimeline timeline;
-    test::LogCapture log{[this] { return elapsed(); }};
-    std::unique_ptr<sim::SimulatedUnit> simulated;
-    CallerQueue mainThread;
-    std::unique_ptr<MidiLib> midi;
-    ThreadWaiter waiter{timeline, [this] {
-                            service.flush();
-                            if (midi) midi->waitIdle();
-                        }};
-    test::ScriptedAlerts alerts;
-    std::unique_ptr<Context> context;  // last: goes first, and the link it owns with it
-    CConnectionMgr* link = nullptr;
 };
 
 // The unit takes a message only in its model's header with the right checksum, and says which
@@ -133,12 +68,12 @@ TEST_F(LinkTest, EachMessageIsTheRequestItIsNamedForInTheConnectedModelsForm) {
             send(*link);
             EXPECT_EQ(log.count(std::string("sim: rx ") + request), 1) << model.name() << request;
         }
-        EXPECT_EQ(simulated->messagesIgnored(), 0);
+        EXPECT_EQ(unit->messagesIgnored(), 0);
     }
 }
 
 TEST_F(LinkTest, TheUnitIsFoundByItsModelsNameWithBothEndpointsOfOneModel) {
-    simulated->unplug();
+    unit->unplug();
     service.addSource("Keys:out");
     service.addDestination("Synth:in");
     const std::int64_t xe3In = service.addSource("USB QL-414XE3 Rhythm MIDI 1");
@@ -186,16 +121,16 @@ TEST_F(LinkTest, TheUnitsStorageIsTheFirstVolumeHoldingItsFolderAndKeptUntilAnot
     link->storeMountURL();
     EXPECT_EQ(link->getMountURL(), std::nullopt) << "letter case counts on this file system";
 
-    const fs::path unit = made(temp / "unit" / "VANTIK").parent_path();
-    ASSERT_TRUE(volumes.mount(unit));
+    const fs::path first = made(temp / "unit" / "VANTIK").parent_path();
+    ASSERT_TRUE(volumes.mount(first));
     ASSERT_TRUE(volumes.mount(made(temp / "second" / "VANTIK").parent_path()));
     link->storeMountURL();
-    EXPECT_EQ(link->getMountURL(), unit);
+    EXPECT_EQ(link->getMountURL(), first);
 
-    ASSERT_TRUE(volumes.unmount(unit));
+    ASSERT_TRUE(volumes.unmount(first));
     ASSERT_TRUE(volumes.unmount(temp / "second"));
     link->storeMountURL();
-    EXPECT_EQ(link->getMountURL(), unit) << "kept when no volume holds the unit's folder";
+    EXPECT_EQ(link->getMountURL(), first) << "kept when no volume holds the unit's folder";
     EXPECT_FALSE(link->isVolumeExist()) << "but gone, as when ejected by hand";
 }
 
@@ -224,12 +159,12 @@ TEST_F(LinkTest, KitNamesAreReadOnePerSlotUntilTheSlotThatEndsTheList) {
     const auto slot = [&](std::uint32_t offset, const std::string& name, std::uint8_t pad = ' ') {
         Bytes data(16, pad);
         std::copy(name.begin(), name.end(), data.begin());
-        return sim::SimProtocol::dataSet(simulated->model(),
-                                         sim::SimProtocol::kKitNameAddress + offset, data);
+        return sim::SimProtocol::dataSet(unit->model(), sim::SimProtocol::kKitNameAddress + offset,
+                                         data);
     };
     // By hand, with a reply from past the table; the unit's own list comes after it.
     const auto sendList = [&](std::uint32_t strayOffset) {
-        timeline.after(0ms, [&, strayOffset] {
+        timeline().after(0ms, [&, strayOffset] {
             for (const Bytes& reply :
                  {slot(0, "ABCDEFGHIJKLMNOP"), slot(16, "  Rock"), slot(32, ""), slot(48, "Jazz"),
                   slot(strayOffset, "Stray"), slot(64, "", 0)}) {
@@ -276,7 +211,7 @@ TEST_F(LinkTest, AKitListWithAReplyLostIsAskedForAgainEveryFiveSecondsFiveTimes)
                   always ? expected : std::vector<ms>(expected.begin(), expected.begin() + 2));
         EXPECT_EQ(log.count(retry), always ? 5 : 1);
         EXPECT_EQ(elapsed() - begin, always ? 25000ms : 5000ms);
-        EXPECT_EQ(alertTexts(), always ? Strings{"Unit is busy."} : Strings{});
+        EXPECT_EQ(alerts.texts(), always ? Strings{"Unit is busy."} : Strings{});
         EXPECT_EQ(context->kits().getKitArray(), always ? Strings{} : factoryKits());
     }
 }
@@ -319,7 +254,7 @@ TEST_F(LinkTest, EachStepGivesUpExactlyAtItsDeadlineWithItsAlert) {
         EXPECT_EQ(elapsed() - begin, c.deadline);
         EXPECT_LT(std::chrono::steady_clock::now() - realBegin, c.deadline / 2)
             << "the manual clock must not cost real time";
-        EXPECT_EQ(alertTexts(), c.alert ? Strings{c.alert} : Strings{});
+        EXPECT_EQ(alerts.texts(), c.alert ? Strings{c.alert} : Strings{});
         EXPECT_EQ(link->getEditorMode(), c.editorMode);
         if (c.prepared == Mounted) {
             EXPECT_FALSE(link->isVolumeExist()) << "ejected first";
@@ -331,7 +266,7 @@ TEST_F(LinkTest, AReleaseWaitsForAVolumeTheDesktopKeepsToBeEjectedByHandThenTell
     holdUnit();
     ASSERT_TRUE(link->mountQl());
     volumes.setRefuseEject(true);
-    timeline.after(3000ms, [&] { volumes.unmount(simulated->storageRoot()); });
+    timeline().after(3000ms, [&] { volumes.unmount(unit->storageRoot()); });
     const auto begin = elapsed();
 
     EXPECT_TRUE(link->editorOff());
@@ -339,7 +274,7 @@ TEST_F(LinkTest, AReleaseWaitsForAVolumeTheDesktopKeepsToBeEjectedByHandThenTell
     EXPECT_EQ(log.times("TX Editor OFF"), std::vector<ms>{begin + 3000ms});
     EXPECT_EQ(elapsed() - begin, 3000ms) << "the unit answers at once";
     EXPECT_EQ(link->getEditorMode(), 0);
-    EXPECT_FALSE(simulated->editorMode());
+    EXPECT_FALSE(unit->editorMode());
     EXPECT_TRUE(alerts.shown.empty());
 }
 
@@ -349,13 +284,8 @@ TEST_F(LinkTest, AResponsiveUnitOfEitherModelIsLoadedWithoutIdleSecondsAndReleas
     for (const auto& [model, delay] : runs) {
         SCOPED_TRACE(model.name());
         start(model);
-        CPatternMgr& patterns = context->patterns();
-        for (const char* name : {"Funk        ", "Waltz       "}) {
-            patterns.addPatternData()->setName(name);
-        }
-        ASSERT_TRUE(CFileDataMgr::exportData(patternFile()));
-        patterns.clearAllPtnData();
-        patterns.setCurPatternNum(-1);
+        putTwoPatternsOnTheUnit();
+        const CPatternMgr& patterns = context->patterns();
         faults().replyDelayMs = static_cast<int>(delay.count());
         ASSERT_FALSE(link->getOccupied());
         const auto begin = elapsed();
@@ -369,7 +299,7 @@ TEST_F(LinkTest, AResponsiveUnitOfEitherModelIsLoadedWithoutIdleSecondsAndReleas
         EXPECT_EQ(patterns.getPtnData()[1]->getName(), "Waltz       ");
         EXPECT_EQ(patterns.getCurPattarnNum(), 0);
         EXPECT_TRUE(link->editorOff());
-        EXPECT_FALSE(simulated->editorMode());
+        EXPECT_FALSE(unit->editorMode());
         EXPECT_FALSE(link->isVolumeExist());
         EXPECT_TRUE(alerts.shown.empty());
     }
@@ -383,7 +313,7 @@ TEST_F(LinkTest, AVolumeNobodyMountsIsMountedByTheLinkAndGivenBackAtEditorOff) {
     const fs::path stick = temp / "stick";
     fs::create_directories(stick);
     ASSERT_TRUE(volumes.mount(stick));
-    const std::vector<fs::path> unitOnly{VolumeService::normalPath(simulated->storageRoot())};
+    const std::vector<fs::path> unitOnly{VolumeService::normalPath(unit->storageRoot())};
     for (int round = 1; round <= 2; ++round) {
         SCOPED_TRACE(round);
         ASSERT_TRUE(volumes.volumes().empty());
@@ -419,18 +349,18 @@ TEST_F(LinkTest, AStepWaitingForTheUnitEndsWhenTheUnitGoesWithoutAnAlert) {
         }
         test::NotificationRecorder notes({NOTIFY_MIDI_CONNECT});
         faults().silent = true;
-        timeline.after(1500ms, [this] { simulated->unplug(); });
+        timeline().after(1500ms, [this] { unit->unplug(); });
         const ms begin = elapsed();
         EXPECT_EQ(step(*link), result);
         EXPECT_EQ(elapsed() - begin, 1500ms);
-        EXPECT_TRUE(alertTexts().empty());
+        EXPECT_TRUE(alerts.texts().empty());
         EXPECT_TRUE(link->unitGone());
         settle();
         EXPECT_FALSE(link->getConnected());
         EXPECT_EQ(link->getEditorMode(), 0) << "dropped without telling the unit";
         EXPECT_EQ(notes.count(NOTIFY_MIDI_CONNECT, link), 2);
         faults().silent = false;
-        ASSERT_TRUE(simulated->plugIn());
+        ASSERT_TRUE(unit->plugIn());
         settle();
         EXPECT_FALSE(link->unitGone()) << "the unit plugged in again is selected afresh";
     }
