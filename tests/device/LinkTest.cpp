@@ -9,8 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <tuple>
-
 namespace tavrel {
 namespace {
 
@@ -115,42 +113,34 @@ TEST_F(LinkTest, OnlyReportsInTheConnectedModelsHeaderCountAndAnUnmountReportEnd
     EXPECT_EQ(log.count("device: rx editor mode: 1"), 1);
 }
 
-TEST_F(LinkTest, TheUnitsStorageIsTheFirstVolumeHoldingItsFolderAndKeptUntilAnotherIsFound) {
+// Reading them whole is the pattern load's to show.
+TEST_F(LinkTest, TheUnitsStorageIsTheFirstVolumeHoldingItsFolderAndItsFilesAreReadWhileItIsThere) {
+    const fs::path unitRoot = temp / "unit";
+    const fs::path data = made(unitRoot / "VANTIK" / "DATA");
+    test::writeBytes(data / "RHYTHM.QL0", Bytes{1, 2, 3});
+    made(data / "MEMORY1.QL0");
     for (const auto* name : {"stick", "camera/vantik"})
         ASSERT_TRUE(volumes.mount(made(temp / name)));
     link->storeMountURL();
     EXPECT_EQ(link->getMountURL(), std::nullopt) << "letter case counts on this file system";
+    EXPECT_EQ(link->getFileURL("/RHYTHM.QL0"), std::nullopt);
+    EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), std::nullopt) << "no volume of the unit's yet";
 
-    const fs::path first = made(temp / "unit" / "VANTIK").parent_path();
-    ASSERT_TRUE(volumes.mount(first));
+    ASSERT_TRUE(volumes.mount(unitRoot));
     ASSERT_TRUE(volumes.mount(made(temp / "second" / "VANTIK").parent_path()));
     link->storeMountURL();
-    EXPECT_EQ(link->getMountURL(), first);
-
-    ASSERT_TRUE(volumes.unmount(first));
-    ASSERT_TRUE(volumes.unmount(temp / "second"));
-    link->storeMountURL();
-    EXPECT_EQ(link->getMountURL(), first) << "kept when no volume holds the unit's folder";
-    EXPECT_FALSE(link->isVolumeExist()) << "but gone, as when ejected by hand";
-}
-
-// Reading them whole is the pattern load's to show.
-TEST_F(LinkTest, TheUnitsFilesLieInItsDataFolderAndAreReadOnlyWhileItsVolumeIsThere) {
-    const fs::path data = made(temp / "unit" / "VANTIK" / "DATA");
-    test::writeBytes(data / "RHYTHM.QL0", Bytes{1, 2, 3});
-    made(data / "MEMORY1.QL0");
-    EXPECT_EQ(link->getFileURL("/RHYTHM.QL0"), std::nullopt);
-    EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), std::nullopt) << "no volume yet";
-
-    ASSERT_TRUE(volumes.mount(temp / "unit"));
-    link->storeMountURL();
+    EXPECT_EQ(link->getMountURL(), unitRoot);
     EXPECT_EQ(link->getFileURL("RHYTHM.QL0"), data / "RHYTHM.QL0");
     EXPECT_EQ(link->getMountURLAppendPath("/DATA/RHYTHM.QL0"), data / "RHYTHM.QL0");
     EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), (Bytes{1, 2, 3}));
     EXPECT_FALSE(link->isDataFileExist("/SYSTEM1.QL0"));
     EXPECT_EQ(link->getFileData("/MEMORY1.QL0"), std::nullopt) << "a folder is not a file";
 
-    ASSERT_TRUE(volumes.unmount(temp / "unit"));
+    ASSERT_TRUE(volumes.unmount(unitRoot));
+    ASSERT_TRUE(volumes.unmount(temp / "second"));
+    link->storeMountURL();
+    EXPECT_EQ(link->getMountURL(), unitRoot) << "kept when no volume holds the unit's folder";
+    EXPECT_FALSE(link->isVolumeExist()) << "but gone, as when ejected by hand";
     EXPECT_FALSE(link->isDataFileExist("/RHYTHM.QL0"));
     EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), std::nullopt) << "the volume is gone";
 }
@@ -216,27 +206,43 @@ TEST_F(LinkTest, AKitListWithAReplyLostIsAskedForAgainEveryFiveSecondsFiveTimes)
     }
 }
 
-TEST_F(LinkTest, EachStepGivesUpExactlyAtItsDeadlineWithItsAlert) {
+// A step gives up on a unit that stays silent at its own deadline, with its alert. A unit that
+// vanishes while a step waits can no longer answer: the step ends as it goes, without the alert
+// of a silent unit, and the rescan that follows (one for each of its endpoints) finds no unit
+// until it is plugged in again.
+TEST_F(LinkTest, AStepGivesUpAtItsDeadlineWithItsAlertOrAtOnceWithoutOneWhenTheUnitGoes) {
     enum Prepared { Asked, Holding, Mounted };
+    // A unit that never mounts answers everything else; a silent one answers nothing, and the
+    // one that goes is silent until it is unplugged 1.5 s in.
+    enum Fault { Silent, NeverMounts, Goes };
     const struct {
         const char* step;
         bool (*run)(CConnectionMgr&);
         Prepared prepared;
+        Fault fault;
         bool result;
-        ms deadline;
+        ms ends;
         const char* alert;
         int editorMode;
     } cases[] = {
-        {"setEditorMode", [](CConnectionMgr& l) { return l.setEditorMode(); }, Asked, false, 5000ms,
-         "Unit is busy.", 1},
-        {"getOccupied", [](CConnectionMgr& l) { return l.getOccupied(); }, Holding, true, 5000ms,
-         "Unit is busy.", 0},
-        {"mountQl", [](CConnectionMgr& l) { return l.mountQl(); }, Holding, false, 10000ms, nullptr,
-         1},
-        {"editorOff", [](CConnectionMgr& l) { return l.editorOff(); }, Mounted, false, 5000ms,
-         "Tavrel quit, Error.", 1},
-        {"unmountQl", [](CConnectionMgr& l) { return l.unmountQl(); }, Mounted, false, 15000ms,
-         "Disconnect error.", 1},
+        {"setEditorMode", [](CConnectionMgr& l) { return l.setEditorMode(); }, Asked, Silent, false,
+         5000ms, "Unit is busy.", 1},
+        {"getOccupied", [](CConnectionMgr& l) { return l.getOccupied(); }, Holding, Silent, true,
+         5000ms, "Unit is busy.", 0},
+        {"mountQl", [](CConnectionMgr& l) { return l.mountQl(); }, Holding, NeverMounts, false,
+         10000ms, nullptr, 1},
+        {"editorOff", [](CConnectionMgr& l) { return l.editorOff(); }, Mounted, Silent, false,
+         5000ms, "Tavrel quit, Error.", 1},
+        {"unmountQl", [](CConnectionMgr& l) { return l.unmountQl(); }, Mounted, Silent, false,
+         15000ms, "Disconnect error.", 1},
+        {"setEditorMode as the unit goes", [](CConnectionMgr& l) { return l.setEditorMode(); },
+         Asked, Goes, false, 1500ms, nullptr, 0},
+        {"getOccupied as the unit goes", [](CConnectionMgr& l) { return l.getOccupied(); }, Holding,
+         Goes, true, 1500ms, nullptr, 0},
+        {"getKitName as the unit goes", [](CConnectionMgr& l) { return l.getKitName(); }, Holding,
+         Goes, false, 1500ms, nullptr, 0},
+        {"mountQl as the unit goes", [](CConnectionMgr& l) { return l.mountQl(); }, Holding, Goes,
+         false, 1500ms, nullptr, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.step);
@@ -244,21 +250,31 @@ TEST_F(LinkTest, EachStepGivesUpExactlyAtItsDeadlineWithItsAlert) {
         ASSERT_FALSE(link->getOccupied());
         ASSERT_TRUE(c.prepared < Holding || link->setEditorMode());
         ASSERT_TRUE(c.prepared < Mounted || link->mountQl());
-        // A unit that never mounts answers everything else; the other steps face a silent one.
-        (std::string_view(c.step) == "mountQl" ? faults().neverMount : faults().silent) = true;
+        test::NotificationRecorder notes({NOTIFY_MIDI_CONNECT});
+        (c.fault == NeverMounts ? faults().neverMount : faults().silent) = true;
+        if (c.fault == Goes) timeline().after(1500ms, [this] { unit->unplug(); });
         const auto begin = elapsed();
         const auto realBegin = std::chrono::steady_clock::now();
 
         EXPECT_EQ(c.run(*link), c.result);
 
-        EXPECT_EQ(elapsed() - begin, c.deadline);
-        EXPECT_LT(std::chrono::steady_clock::now() - realBegin, c.deadline / 2)
+        EXPECT_EQ(elapsed() - begin, c.ends);
+        EXPECT_LT(std::chrono::steady_clock::now() - realBegin, c.ends / 2)
             << "the manual clock must not cost real time";
         EXPECT_EQ(alerts.texts(), c.alert ? Strings{c.alert} : Strings{});
-        EXPECT_EQ(link->getEditorMode(), c.editorMode);
+        EXPECT_EQ(link->unitGone(), c.fault == Goes);
+        settle();
+        EXPECT_EQ(link->getEditorMode(), c.editorMode) << "dropped without telling a unit gone";
         if (c.prepared == Mounted) {
             EXPECT_FALSE(link->isVolumeExist()) << "ejected first";
         }
+        if (c.fault != Goes) continue;
+        EXPECT_FALSE(link->getConnected());
+        EXPECT_EQ(notes.count(NOTIFY_MIDI_CONNECT, link), 2);
+        faults().silent = false;
+        ASSERT_TRUE(unit->plugIn());
+        settle();
+        EXPECT_FALSE(link->unitGone()) << "the unit plugged in again is selected afresh";
     }
 }
 
@@ -325,45 +341,6 @@ TEST_F(LinkTest, AVolumeNobodyMountsIsMountedByTheLinkAndGivenBackAtEditorOff) {
         EXPECT_TRUE(volumes.volumes().empty());
     }
     EXPECT_TRUE(alerts.shown.empty());
-}
-
-// A unit that vanishes while a step waits for it can no longer answer: the step ends as it
-// goes, without the alert of a unit that is there but silent, and the rescan that follows
-// (one for each of its endpoints) finds no unit until it is plugged in again.
-TEST_F(LinkTest, AStepWaitingForTheUnitEndsWhenTheUnitGoesWithoutAnAlert) {
-    using Step = bool (*)(CConnectionMgr&);
-    // The step, what it returns, and whether the unit is held in editor mode before it.
-    const std::tuple<const char*, Step, bool, bool> steps[] = {
-        {"setEditorMode", [](CConnectionMgr& l) { return l.setEditorMode(); }, false, false},
-        {"getOccupied", [](CConnectionMgr& l) { return l.getOccupied(); }, true, true},
-        {"getKitName", [](CConnectionMgr& l) { return l.getKitName(); }, false, true},
-        {"mountQl", [](CConnectionMgr& l) { return l.mountQl(); }, false, true},
-    };
-    for (const auto& [name, step, result, held] : steps) {
-        SCOPED_TRACE(name);
-        start(sim::UnitModel::ql900());
-        if (held) {
-            holdUnit();
-        } else {
-            ASSERT_FALSE(link->getOccupied());
-        }
-        test::NotificationRecorder notes({NOTIFY_MIDI_CONNECT});
-        faults().silent = true;
-        timeline().after(1500ms, [this] { unit->unplug(); });
-        const ms begin = elapsed();
-        EXPECT_EQ(step(*link), result);
-        EXPECT_EQ(elapsed() - begin, 1500ms);
-        EXPECT_TRUE(alerts.texts().empty());
-        EXPECT_TRUE(link->unitGone());
-        settle();
-        EXPECT_FALSE(link->getConnected());
-        EXPECT_EQ(link->getEditorMode(), 0) << "dropped without telling the unit";
-        EXPECT_EQ(notes.count(NOTIFY_MIDI_CONNECT, link), 2);
-        faults().silent = false;
-        ASSERT_TRUE(unit->plugIn());
-        settle();
-        EXPECT_FALSE(link->unitGone()) << "the unit plugged in again is selected afresh";
-    }
 }
 
 }  // namespace
