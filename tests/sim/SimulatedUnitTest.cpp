@@ -118,35 +118,54 @@ protected:
     std::int64_t destination = 0;
 };
 
-TEST_P(SimulatedUnitTest, AnswersEditorModeAndShowsItsStorageOnlyToAnEditor) {
+// Only whole, good requests of its own model count: the others (a preview's notes aside) are
+// ignored and counted, and leave the unit free.
+TEST_P(SimulatedUnitTest, AnswersItsModelsGoodRequestsAndShowsItsStorageOnlyToAnEditor) {
+    Bytes badChecksum = msg(kEditorOn);
+    badChecksum[14] = 0x11;
     const struct {
         const char* what;
         Bytes request;
         std::vector<Bytes> replies;
         bool storageShown;
     } steps[] = {
-        {"asked while free", kAskEditorMode, {kEditorOff}, false},
-        {"mount without an editor", kMount, {kUnmount}, false},
-        {"kit names without an editor", kAskKits, {}, false},
-        {"editor on", kEditorOn, {kEditorOn}, false},
-        {"asked while held", kAskEditorMode, {kEditorOn}, false},
-        {"mount", kMount, {kMount}, true},
-        {"asked whether mounted", kAskMount, {kMount}, true},
-        {"unmount, which ends the editor's session", kUnmount, {kUnmount}, false},
-        {"asked after unmounting", kAskEditorMode, {kEditorOff}, false},
-        {"editor on again", kEditorOn, {kEditorOn}, false},
-        {"mount again", kMount, {kMount}, true},
-        {"editor off, which unmounts too", kEditorOff, {kEditorOff, kUnmount}, false},
+        {"a wrong checksum", badChecksum, {}, false},
+        {"the other model's", message(GetParam().id ^ 0x01, kEditorOn), {}, false},
+        {"no such address", msg({0x12, 0x7F, 0x70, 0x00, 0x02, 0x01, 0x0E, 0xF7}), {}, false},
+        {"no such command", msg({0x13, 0x7F, 0x70, 0x00, 0x00, 0x01, 0x10, 0xF7}), {}, false},
+        {"3 bytes asked", msg({0x11, 0x7F, 0x70, 0x00, 0x00, 0x00, 0x01, 0x10, 0xF7}), {}, false},
+        {"cut short", msg({0x12, 0x7F, 0x70, 0xF7}), {}, false},
+        {"a preview's notes", {0x99, 0x24, 0x64, 0x89, 0x24, 0x00}, {}, false},
+        {"asked while free", msg(kAskEditorMode), {kEditorOff}, false},
+        {"mount without an editor", msg(kMount), {kUnmount}, false},
+        {"kit names without an editor", msg(kAskKits), {}, false},
+        {"editor on", msg(kEditorOn), {kEditorOn}, false},
+        {"asked while held", msg(kAskEditorMode), {kEditorOn}, false},
+        {"mount", msg(kMount), {kMount}, true},
+        {"asked whether mounted", msg(kAskMount), {kMount}, true},
+        {"unmount, which ends the editor's session", msg(kUnmount), {kUnmount}, false},
+        {"asked after unmounting", msg(kAskEditorMode), {kEditorOff}, false},
+        {"editor on again", msg(kEditorOn), {kEditorOn}, false},
+        {"mount again", msg(kMount), {kMount}, true},
+        {"editor off, which unmounts too", msg(kEditorOff), {kEditorOff, kUnmount}, false},
     };
     for (const auto& step : steps) {
         Replies expected;
         for (const Bytes& reply : step.replies) expected.push_back(msg(reply));
-        EXPECT_EQ(ask(step.request), expected) << step.what;
+        send(step.request);
+        EXPECT_EQ(replies(), expected) << step.what;
         EXPECT_EQ(volumeShown(), step.storageShown) << step.what;
     }
+    EXPECT_EQ(unit->messagesIgnored(), 6);
     EXPECT_FALSE(unit->editorMode());
     EXPECT_FALSE(unit->mounted());
     EXPECT_TRUE(fs::exists(temp / "unit" / "VANTIK" / "DATA" / "RHYTHM.QL0"));
+
+    const Bytes whole = msg(kEditorOn);
+    send(Bytes(whole.begin(), whole.begin() + 5));
+    send({0xF8});  // a clock tick inside the message
+    send(Bytes(whole.begin() + 5, whole.end()));
+    EXPECT_EQ(replies(), only(kEditorOn)) << "a request in pieces is put together";
 }
 
 TEST_P(SimulatedUnitTest, SendsOneMessagePerKitThenAnEmptySlot) {
@@ -177,34 +196,6 @@ TEST_P(SimulatedUnitTest, SendsOneMessagePerKitThenAnEmptySlot) {
         EXPECT_NE(replies[kit][13], ' ') << "kit " << kit;
         EXPECT_EQ(replies[kit][28], ' ') << "kit " << kit << " has at most 15 characters";
     }
-}
-
-TEST_P(SimulatedUnitTest, TakesOnlyWholeGoodRequestsOfItsModelEvenInPieces) {
-    Bytes badChecksum = msg(kEditorOn);
-    badChecksum[14] = 0x11;
-    const Replies bad{
-        badChecksum,
-        message(static_cast<std::uint8_t>(GetParam().id ^ 0x01), kEditorOn),  // the other model
-        msg({0x12, 0x7F, 0x70, 0x00, 0x02, 0x01, 0x0E, 0xF7}),                // no such address
-        msg({0x13, 0x7F, 0x70, 0x00, 0x00, 0x01, 0x10, 0xF7}),                // no such command
-        msg({0x11, 0x7F, 0x70, 0x00, 0x00, 0x00, 0x01, 0x10, 0xF7}),          // size of three bytes
-        msg({0x12, 0x7F, 0x70, 0xF7}),
-    };
-    for (const Bytes& request : bad) {
-        send(request);
-        EXPECT_TRUE(replies().empty()) << ::testing::PrintToString(request);
-    }
-    EXPECT_EQ(unit->messagesIgnored(), static_cast<int>(bad.size()));
-    EXPECT_FALSE(unit->editorMode());
-    send({0x99, 0x24, 0x64, 0x89, 0x24, 0x00});  // a preview's notes are none of its business
-    EXPECT_TRUE(replies().empty());
-    EXPECT_EQ(unit->messagesIgnored(), static_cast<int>(bad.size()));
-
-    const Bytes whole = msg(kEditorOn);
-    send(Bytes(whole.begin(), whole.begin() + 5));
-    send({0xF8});  // a clock tick inside the message
-    send(Bytes(whole.begin() + 5, whole.end()));
-    EXPECT_EQ(replies(), only(kEditorOn)) << "a request in pieces is put together";
 }
 
 // How late a slow unit answers is the link's tests' to time; here, what a pulled cable loses.
