@@ -68,7 +68,7 @@ public:
     }
     // Two patterns in the unit's pattern file and none in the program, none current, so that a
     // load can be seen to have read them.
-    void putTwoPatternsOnTheUnit() {
+    void putTwoPatternsOnTheUnit() const {
         CPatternMgr& patterns = context->patterns();
         for (const char* name : {"Funk        ", "Waltz       "}) {
             patterns.addPatternData()->setName(name);
@@ -80,7 +80,7 @@ public:
 
     ManualTimeline& timeline() { return static_cast<ManualTimeline&>(*clock); }
     ms elapsed() const { return std::chrono::duration_cast<ms>(clock->now() - begun); }
-    sim::UnitFaults& faults() { return unit->faults(); }
+    sim::UnitFaults& faults() const { return unit->faults(); }
     std::filesystem::path patternFile() const {
         return unit->storageRoot() / "VANTIK" / "DATA" / "RHYTHM.QL0";
     }
