@@ -328,9 +328,7 @@ TEST_F(LinkTest, AResponsiveUnitOfEitherModelIsLoadedWithoutIdleSecondsAndReleas
 // the second time too, when the root found the first time is already known.
 TEST_F(LinkTest, AVolumeNobodyMountsIsMountedByTheLinkAndGivenBackAtEditorOff) {
     volumes.setAutomount(false);
-    const fs::path stick = temp / "stick";
-    fs::create_directories(stick);
-    ASSERT_TRUE(volumes.mount(stick));
+    ASSERT_TRUE(volumes.mount(made(temp / "stick")));
     const std::vector<fs::path> unitOnly{VolumeService::normalPath(unit->storageRoot())};
     for (int round = 1; round <= 2; ++round) {
         SCOPED_TRACE(round);
