@@ -1,23 +1,9 @@
 // The link's steps on the device thread, started and ended on the test's thread as the
-// desktop's UI thread would: the simulated unit over virtual MIDI, on a manual clock unless a
-// test needs real time to pass beside the step.
-#include "device/CConnectionMgr.h"
-#include "device/CallerQueue.h"
+// desktop's UI thread would.
 #include "device/LinkRunner.h"
-#include "device/ManualTimeline.h"
-#include "device/RealTimeline.h"
-#include "device/TestKit.h"
-#include "device/ThreadWaiter.h"
-#include "device/platform/virtual/VirtualMidiService.h"
-#include "device/platform/virtual/VirtualVolumeService.h"
-#include "files/CFileDataMgr.h"
+
+#include "device/LinkRig.h"
 #include "model/CKitMgr.h"
-#include "model/CPatternMgr.h"
-#include "model/CPtnDataMgr.h"
-#include "model/Context.h"
-#include "sim/SimulatedUnit.h"
-#include "support/ScratchFolder.h"
-#include "support/ScriptedAlerts.h"
 
 #include <gtest/gtest.h>
 
@@ -33,44 +19,16 @@ using namespace std::chrono_literals;
 using Step = LinkRunner::Step;
 using Outcome = LinkRunner::Outcome;
 
-class Rig {
+// The unit holds two patterns, so that a load can be seen to have read them.
+class Rig : public test::LinkRig {
 public:
-    explicit Rig(bool manualClock) {
-        if (manualClock) {
-            auto manual = std::make_unique<ManualTimeline>();
-            waiter = std::make_unique<ThreadWaiter>(*manual, [this] {
-                service.flush();
-                if (midi) midi->waitIdle();
-            });
-            timeline = std::move(manual);
-        } else {
-            auto real = std::make_unique<RealTimeline>();
-            waiter = std::make_unique<ThreadWaiter>(*real);
-            timeline = std::move(real);
-        }
-        unit = std::make_unique<sim::SimulatedUnit>(sim::UnitModel::ql900(), service, volumes,
-                                                    *timeline, temp.path() / "storage");
-        EXPECT_TRUE(unit->plugIn());
-        // Two patterns on the unit, so that a load can be seen to have read them.
-        for (const char* name : {"Funk        ", "Waltz       "}) {
-            context.patterns().addPatternData()->setName(name);
-        }
-        EXPECT_TRUE(CFileDataMgr::exportData(unit->storageRoot() / "VANTIK/DATA/RHYTHM.QL0"));
-        context.patterns().clearAllPtnData();
-        midi = std::make_unique<MidiLib>(service, caller.poster());
-        link = std::make_unique<CConnectionMgr>(*midi, volumes, *waiter, alerts);
-        runner = std::make_unique<LinkRunner>(*link, caller.poster());
-    }
-    ~Rig() {
-        runner.reset();
-        link.reset();
-    }
+    explicit Rig(bool manualClock) : LinkRig(manualClock) { putTwoPatternsOnTheUnit(); }
 
     // Starts `step` and runs the caller's queue until its end; `beside` runs right after the
     // start, on the caller's thread.
     Outcome run(Step step, const std::function<void()>& beside = {}) {
         std::optional<Outcome> end;
-        EXPECT_TRUE(runner->start(step, [&](const Outcome& o) {
+        EXPECT_TRUE(runner.start(step, [&](const Outcome& o) {
             EXPECT_EQ(std::this_thread::get_id(), callerThread) << "ends on the caller's thread";
             end = o;
         }));
@@ -80,33 +38,22 @@ public:
     }
 
     const std::thread::id callerThread = std::this_thread::get_id();
-    test::ScratchFolder temp;
-    Context context;
-    VirtualVolumeService volumes;
-    VirtualMidiService service;
-    std::unique_ptr<Timeline> timeline;
-    std::unique_ptr<ThreadWaiter> waiter;
-    std::unique_ptr<sim::SimulatedUnit> unit;
-    CallerQueue caller;
-    std::unique_ptr<MidiLib> midi;
-    test::ScriptedAlerts alerts;
-    std::unique_ptr<CConnectionMgr> link;
-    std::unique_ptr<LinkRunner> runner;
+    LinkRunner runner{*link, caller.poster()};  // goes before the link
 };
 
 TEST(LinkRunner, ACancelledLoadEndsAtOnceAndTheLinkLetsTheUnitGoWithTheNextStep) {
     Rig rig(true);
-    auto& timeline = static_cast<ManualTimeline&>(*rig.timeline);
+    auto& timeline = rig.timeline();
     ASSERT_FALSE(rig.run(Step::AskOccupied).ok);
     // Every kit list loses a reply, so the load would wait 25 s for it; the cancel comes from
     // another thread 7 s in.
-    rig.unit->faults().dropKitReply = 2;
-    rig.unit->faults().dropKitLists = -1;
-    timeline.after(7000ms, [&] { rig.runner->cancel(); });
+    rig.faults().dropKitReply = 2;
+    rig.faults().dropKitLists = -1;
+    timeline.after(7000ms, [&] { rig.runner.cancel(); });
 
     const Outcome loaded = rig.run(Step::LoadSequence, [&] {
-        EXPECT_TRUE(rig.runner->busy());
-        EXPECT_FALSE(rig.runner->start(Step::EditorOff, [](const Outcome&) { ADD_FAILURE(); }));
+        EXPECT_TRUE(rig.runner.busy());
+        EXPECT_FALSE(rig.runner.start(Step::EditorOff, [](const Outcome&) { ADD_FAILURE(); }));
     });
 
     EXPECT_TRUE(loaded.cancelled);
@@ -114,9 +61,9 @@ TEST(LinkRunner, ACancelledLoadEndsAtOnceAndTheLinkLetsTheUnitGoWithTheNextStep)
     EXPECT_EQ(loaded.reason, "");
     EXPECT_EQ(timeline.elapsed(), 7000ms);
     EXPECT_TRUE(rig.alerts.texts().empty()) << "a cancel is not the unit's failure";
-    EXPECT_TRUE(rig.context.kits().getKitArray().empty()) << "nothing read is applied";
+    EXPECT_TRUE(rig.context->kits().getKitArray().empty()) << "nothing read is applied";
     EXPECT_TRUE(rig.unit->editorMode()) << "held, as a failed kit request leaves it";
-    EXPECT_FALSE(rig.runner->busy());
+    EXPECT_FALSE(rig.runner.busy());
 
     const Outcome released = rig.run(Step::EditorOff);
     EXPECT_TRUE(released.ok);
@@ -130,22 +77,20 @@ TEST(LinkRunner, ACancelledLoadEndsAtOnceAndTheLinkLetsTheUnitGoWithTheNextStep)
 // requests and the step ends as it would without it.
 TEST(LinkRunner, AWatchEveryTenthOfASecondThroughASlowLoadLeavesItsOutcomeAsItWas) {
     Rig rig(false);
-    rig.unit->faults().replyDelayMs = 250;
+    rig.faults().replyDelayMs = 250;
     ASSERT_FALSE(rig.run(Step::AskOccupied).ok);
     const int heard = rig.unit->messagesReceived();
-    int ticks = 0;
     int busyTicks = 0;
     std::function<void()> watch = [&] {
-        ++ticks;
-        if (rig.runner->busy()) ++busyTicks;
+        if (rig.runner.busy()) ++busyTicks;
         // What a watch may look at: connected, mounted, held, in editor mode.
         (void)rig.link->getConnected();
         (void)rig.link->getMount();
         (void)rig.link->getHeld();
         (void)rig.link->getEditorMode();
         (void)rig.link->isVolumeExist();  // the storage, as the apply worker reads it
-        if (rig.runner->busy()) {
-            rig.timeline->after(100ms, [&] { rig.caller.poster()(watch); });
+        if (rig.runner.busy()) {
+            rig.clock->after(100ms, [&] { rig.caller.poster()(watch); });
         }
     };
 
@@ -156,9 +101,9 @@ TEST(LinkRunner, AWatchEveryTenthOfASecondThroughASlowLoadLeavesItsOutcomeAsItWa
     EXPECT_EQ(rig.unit->messagesReceived() - heard, 3) << "editor on, mount, kit request";
     EXPECT_GE(busyTicks, 5) << "three replies 250 ms late give the watch time to tick";
     EXPECT_EQ(rig.link->getHeld(), true);
-    EXPECT_EQ(rig.context.patterns().getPtnData().size(), 2u);
-    EXPECT_EQ(rig.context.patterns().getCurPattarnNum(), 0);
-    EXPECT_FALSE(rig.context.kits().getKitArray().empty());
+    EXPECT_EQ(rig.context->patterns().getPtnData().size(), 2u);
+    EXPECT_EQ(rig.context->patterns().getCurPattarnNum(), 0);
+    EXPECT_FALSE(rig.context->kits().getKitArray().empty());
     EXPECT_TRUE(rig.run(Step::Unmount).ok);
 }
 
@@ -176,26 +121,25 @@ TEST(LinkRunner, AFailingStepEndsTheStepAtItsTimeWithItsAlertOrTheLinksReason) {
         const char* alert;
         int editorMode;  // as the failing step left it
     } cases[] = {
-        {"held by another editor", [](Rig& r) { r.unit->faults().heldByOtherEditor = true; },
+        {"held by another editor", [](Rig& r) { r.faults().heldByOtherEditor = true; },
          Step::LoadSequence, 0ms, 0, "", "Unit already occupied.", 0},
         // Mounted, but no volume holds the unit's folder: looked for 4 s, then a second.
         {"mounts no unit folder", [](Rig& r) { fs::remove_all(r.unit->storageRoot() / "VANTIK"); },
          Step::LoadSequence, 5000ms, 2, "Unit storage not found.", nullptr, 1},
         {"a pattern file of three bytes",
          [](Rig& r) {
-             test::writeBytes(r.unit->storageRoot() / "VANTIK/DATA/RHYTHM.QL0", {1, 2, 3});
+             test::writeBytes(r.patternFile(), {1, 2, 3});
          },
          Step::Mount, 5000ms, 3, "", "User pattern file format is wrong.", 1},
-        {"unplugged while mounting",
-         [](Rig& r) { r.unit->faults().unplugAtStep = sim::UnitStep::Mount; }, Step::LoadSequence,
-         0ms, 2, "Unit not connected.", nullptr, 0},
+        {"unplugged while mounting", [](Rig& r) { r.faults().unplugAtStep = sim::UnitStep::Mount; },
+         Step::LoadSequence, 0ms, 2, "Unit not connected.", nullptr, 0},
         {"kit names outside editor mode", [](Rig&) {}, Step::KitNames, 0ms, 0,
          "Unit left editor mode.", nullptr, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         Rig rig(true);
-        const auto& timeline = static_cast<ManualTimeline&>(*rig.timeline);
+        const auto& timeline = rig.timeline();
         c.arrange(rig);
         rig.run(Step::AskOccupied);
         const int heard = rig.unit->messagesReceived();
@@ -211,7 +155,7 @@ TEST(LinkRunner, AFailingStepEndsTheStepAtItsTimeWithItsAlertOrTheLinksReason) {
         EXPECT_EQ(rig.alerts.texts(),
                   c.alert ? std::vector<std::string>{c.alert} : std::vector<std::string>{});
         EXPECT_EQ(rig.link->getEditorMode(), c.editorMode);
-        EXPECT_TRUE(rig.context.patterns().getPtnData().empty());
+        EXPECT_TRUE(rig.context->patterns().getPtnData().empty());
     }
 }
 

@@ -1,29 +1,13 @@
-// The link as the program builds it, talking to the simulated unit over virtual MIDI on a
-// manual clock: waits settle the MIDI deliveries before looking, so every run sees the same
-// order of events and a 25 s time-out takes no real time. The unit's fault switches stand in
+// The link against the simulated unit on the manual clock. The unit's fault switches stand in
 // for a misbehaving unit; replies it would never send are sent by hand from its endpoint.
-#include "device/CConnectionMgr.h"
 #include "device/CLoadExec.h"
-#include "device/ManualTimeline.h"
-#include "device/TestKit.h"
-#include "device/ThreadWaiter.h"
-#include "device/platform/virtual/VirtualMidiService.h"
-#include "device/platform/virtual/VirtualVolumeService.h"
-#include "files/CFileDataMgr.h"
+#include "device/LinkRig.h"
 #include "model/CKitMgr.h"
-#include "model/CPatternMgr.h"
-#include "model/CPtnDataMgr.h"
 #include "sim/FactoryKits.h"
 #include "sim/SimProtocol.h"
-#include "sim/SimulatedUnit.h"
 #include "support/NotificationRecorder.h"
-#include "support/ScratchFolder.h"
-#include "support/ScriptedAlerts.h"
 
 #include <gtest/gtest.h>
-
-#include <functional>
-#include <tuple>
 
 namespace tavrel {
 namespace {
@@ -45,71 +29,20 @@ Strings factoryKits() {
     return names;
 }
 
-class LinkTest : public ::testing::Test {
+class LinkTest : public ::testing::Test, public test::LinkRig {
 protected:
-    void SetUp() override { start(sim::UnitModel::ql900()); }
-
-    // A fresh program, and a unit of `model` plugged in with the storage of the one before.
-    void start(const sim::UnitModel& model) {
-        link = nullptr;
-        context.reset();  // the link goes with it, before the transport
-        midi.reset();     // the MIDI service takes one client at a time
-        simulated.reset();
-        log.clear();
-        alerts.shown.clear();
-        context = std::make_unique<Context>();
-        simulated = std::make_unique<sim::SimulatedUnit>(model, service, volumes, timeline,
-                                                         temp / "storage");
-        ASSERT_TRUE(simulated->plugIn());
-        midi = std::make_unique<MidiLib>(service, mainThread.poster());
-        link = &context->install<CConnectionMgr, UnitStorage>(
-            std::make_unique<CConnectionMgr>(*midi, volumes, waiter, alerts));
-        settle();
-    }
-    // Hands on what the MIDI service raised, lets the link decode it and runs the endpoint
-    // changes posted to the main thread.
-    void settle() {
-        service.flush();
-        if (midi) midi->waitIdle();
-        mainThread.drain();
-    }
     void holdUnit() {
         ASSERT_FALSE(link->getOccupied());
         ASSERT_TRUE(link->setEditorMode());
     }
-    ms elapsed() const { return std::chrono::duration_cast<ms>(timeline.elapsed()); }
-    Strings alertTexts() const {
-        Strings texts;
-        for (const auto& shown : alerts.shown) texts.push_back(shown.message);
-        return texts;
-    }
-    sim::UnitFaults& faults() { return simulated->faults(); }
-    fs::path unitFolder() const { return simulated->storageRoot() / "VANTIK"; }
-    fs::path patternFile() const { return unitFolder() / "DATA" / "RHYTHM.QL0"; }
     // Sends `bytes` from the unit's source, unasked.
     void unitSends(const Bytes& bytes) {
         for (const auto& source : service.sources()) {
-            if (source.displayName == simulated->model().name() + " MIDI 1") {
+            if (source.displayName == unit->model().name() + " MIDI 1") {
                 EXPECT_TRUE(service.inject(source.uniqueId, bytes));
             }
         }
     }
-
-    test::ScratchFolder temp;
-    VirtualVolumeService volumes;
-    VirtualMidiService service;
-    ManualTimeline timeline;
-    test::LogCapture log{[this] { return elapsed(); }};
-    std::unique_ptr<sim::SimulatedUnit> simulated;
-    CallerQueue mainThread;
-    std::unique_ptr<MidiLib> midi;
-    ThreadWaiter waiter{timeline, [this] {
-                            service.flush();
-                            if (midi) midi->waitIdle();
-                        }};
-    test::ScriptedAlerts alerts;
-    std::unique_ptr<Context> context;  // last: goes first, and the link it owns with it
-    CConnectionMgr* link = nullptr;
 };
 
 // The unit takes a message only in its model's header with the right checksum, and says which
@@ -133,12 +66,12 @@ TEST_F(LinkTest, EachMessageIsTheRequestItIsNamedForInTheConnectedModelsForm) {
             send(*link);
             EXPECT_EQ(log.count(std::string("sim: rx ") + request), 1) << model.name() << request;
         }
-        EXPECT_EQ(simulated->messagesIgnored(), 0);
+        EXPECT_EQ(unit->messagesIgnored(), 0);
     }
 }
 
 TEST_F(LinkTest, TheUnitIsFoundByItsModelsNameWithBothEndpointsOfOneModel) {
-    simulated->unplug();
+    unit->unplug();
     service.addSource("Keys:out");
     service.addDestination("Synth:in");
     const std::int64_t xe3In = service.addSource("USB QL-414XE3 Rhythm MIDI 1");
@@ -180,42 +113,34 @@ TEST_F(LinkTest, OnlyReportsInTheConnectedModelsHeaderCountAndAnUnmountReportEnd
     EXPECT_EQ(log.count("device: rx editor mode: 1"), 1);
 }
 
-TEST_F(LinkTest, TheUnitsStorageIsTheFirstVolumeHoldingItsFolderAndKeptUntilAnotherIsFound) {
+// Reading them whole is the pattern load's to show.
+TEST_F(LinkTest, TheUnitsStorageIsTheFirstVolumeHoldingItsFolderAndItsFilesAreReadWhileItIsThere) {
+    const fs::path unitRoot = temp / "unit";
+    const fs::path data = made(unitRoot / "VANTIK" / "DATA");
+    test::writeBytes(data / "RHYTHM.QL0", Bytes{1, 2, 3});
+    made(data / "MEMORY1.QL0");
     for (const auto* name : {"stick", "camera/vantik"})
         ASSERT_TRUE(volumes.mount(made(temp / name)));
     link->storeMountURL();
     EXPECT_EQ(link->getMountURL(), std::nullopt) << "letter case counts on this file system";
+    EXPECT_EQ(link->getFileURL("/RHYTHM.QL0"), std::nullopt);
+    EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), std::nullopt) << "no volume of the unit's yet";
 
-    const fs::path unit = made(temp / "unit" / "VANTIK").parent_path();
-    ASSERT_TRUE(volumes.mount(unit));
+    ASSERT_TRUE(volumes.mount(unitRoot));
     ASSERT_TRUE(volumes.mount(made(temp / "second" / "VANTIK").parent_path()));
     link->storeMountURL();
-    EXPECT_EQ(link->getMountURL(), unit);
-
-    ASSERT_TRUE(volumes.unmount(unit));
-    ASSERT_TRUE(volumes.unmount(temp / "second"));
-    link->storeMountURL();
-    EXPECT_EQ(link->getMountURL(), unit) << "kept when no volume holds the unit's folder";
-    EXPECT_FALSE(link->isVolumeExist()) << "but gone, as when ejected by hand";
-}
-
-// Reading them whole is the pattern load's to show.
-TEST_F(LinkTest, TheUnitsFilesLieInItsDataFolderAndAreReadOnlyWhileItsVolumeIsThere) {
-    const fs::path data = made(temp / "unit" / "VANTIK" / "DATA");
-    test::writeBytes(data / "RHYTHM.QL0", Bytes{1, 2, 3});
-    made(data / "MEMORY1.QL0");
-    EXPECT_EQ(link->getFileURL("/RHYTHM.QL0"), std::nullopt);
-    EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), std::nullopt) << "no volume yet";
-
-    ASSERT_TRUE(volumes.mount(temp / "unit"));
-    link->storeMountURL();
+    EXPECT_EQ(link->getMountURL(), unitRoot);
     EXPECT_EQ(link->getFileURL("RHYTHM.QL0"), data / "RHYTHM.QL0");
     EXPECT_EQ(link->getMountURLAppendPath("/DATA/RHYTHM.QL0"), data / "RHYTHM.QL0");
     EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), (Bytes{1, 2, 3}));
     EXPECT_FALSE(link->isDataFileExist("/SYSTEM1.QL0"));
     EXPECT_EQ(link->getFileData("/MEMORY1.QL0"), std::nullopt) << "a folder is not a file";
 
-    ASSERT_TRUE(volumes.unmount(temp / "unit"));
+    ASSERT_TRUE(volumes.unmount(unitRoot));
+    ASSERT_TRUE(volumes.unmount(temp / "second"));
+    link->storeMountURL();
+    EXPECT_EQ(link->getMountURL(), unitRoot) << "kept when no volume holds the unit's folder";
+    EXPECT_FALSE(link->isVolumeExist()) << "but gone, as when ejected by hand";
     EXPECT_FALSE(link->isDataFileExist("/RHYTHM.QL0"));
     EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), std::nullopt) << "the volume is gone";
 }
@@ -224,12 +149,12 @@ TEST_F(LinkTest, KitNamesAreReadOnePerSlotUntilTheSlotThatEndsTheList) {
     const auto slot = [&](std::uint32_t offset, const std::string& name, std::uint8_t pad = ' ') {
         Bytes data(16, pad);
         std::copy(name.begin(), name.end(), data.begin());
-        return sim::SimProtocol::dataSet(simulated->model(),
-                                         sim::SimProtocol::kKitNameAddress + offset, data);
+        return sim::SimProtocol::dataSet(unit->model(), sim::SimProtocol::kKitNameAddress + offset,
+                                         data);
     };
     // By hand, with a reply from past the table; the unit's own list comes after it.
     const auto sendList = [&](std::uint32_t strayOffset) {
-        timeline.after(0ms, [&, strayOffset] {
+        timeline().after(0ms, [&, strayOffset] {
             for (const Bytes& reply :
                  {slot(0, "ABCDEFGHIJKLMNOP"), slot(16, "  Rock"), slot(32, ""), slot(48, "Jazz"),
                   slot(strayOffset, "Stray"), slot(64, "", 0)}) {
@@ -276,32 +201,48 @@ TEST_F(LinkTest, AKitListWithAReplyLostIsAskedForAgainEveryFiveSecondsFiveTimes)
                   always ? expected : std::vector<ms>(expected.begin(), expected.begin() + 2));
         EXPECT_EQ(log.count(retry), always ? 5 : 1);
         EXPECT_EQ(elapsed() - begin, always ? 25000ms : 5000ms);
-        EXPECT_EQ(alertTexts(), always ? Strings{"Unit is busy."} : Strings{});
+        EXPECT_EQ(alerts.texts(), always ? Strings{"Unit is busy."} : Strings{});
         EXPECT_EQ(context->kits().getKitArray(), always ? Strings{} : factoryKits());
     }
 }
 
-TEST_F(LinkTest, EachStepGivesUpExactlyAtItsDeadlineWithItsAlert) {
+// A step gives up on a unit that stays silent at its own deadline, with its alert. A unit that
+// vanishes while a step waits can no longer answer: the step ends as it goes, without the alert
+// of a silent unit, and the rescan that follows (one for each of its endpoints) finds no unit
+// until it is plugged in again.
+TEST_F(LinkTest, AStepGivesUpAtItsDeadlineWithItsAlertOrAtOnceWithoutOneWhenTheUnitGoes) {
     enum Prepared { Asked, Holding, Mounted };
+    // A unit that never mounts answers everything else; a silent one answers nothing, and the
+    // one that goes is silent until it is unplugged 1.5 s in.
+    enum Fault { Silent, NeverMounts, Goes };
     const struct {
         const char* step;
         bool (*run)(CConnectionMgr&);
         Prepared prepared;
+        Fault fault;
         bool result;
-        ms deadline;
+        ms ends;
         const char* alert;
         int editorMode;
     } cases[] = {
-        {"setEditorMode", [](CConnectionMgr& l) { return l.setEditorMode(); }, Asked, false, 5000ms,
-         "Unit is busy.", 1},
-        {"getOccupied", [](CConnectionMgr& l) { return l.getOccupied(); }, Holding, true, 5000ms,
-         "Unit is busy.", 0},
-        {"mountQl", [](CConnectionMgr& l) { return l.mountQl(); }, Holding, false, 10000ms, nullptr,
-         1},
-        {"editorOff", [](CConnectionMgr& l) { return l.editorOff(); }, Mounted, false, 5000ms,
-         "Tavrel quit, Error.", 1},
-        {"unmountQl", [](CConnectionMgr& l) { return l.unmountQl(); }, Mounted, false, 15000ms,
-         "Disconnect error.", 1},
+        {"setEditorMode", [](CConnectionMgr& l) { return l.setEditorMode(); }, Asked, Silent, false,
+         5000ms, "Unit is busy.", 1},
+        {"getOccupied", [](CConnectionMgr& l) { return l.getOccupied(); }, Holding, Silent, true,
+         5000ms, "Unit is busy.", 0},
+        {"mountQl", [](CConnectionMgr& l) { return l.mountQl(); }, Holding, NeverMounts, false,
+         10000ms, nullptr, 1},
+        {"editorOff", [](CConnectionMgr& l) { return l.editorOff(); }, Mounted, Silent, false,
+         5000ms, "Tavrel quit, Error.", 1},
+        {"unmountQl", [](CConnectionMgr& l) { return l.unmountQl(); }, Mounted, Silent, false,
+         15000ms, "Disconnect error.", 1},
+        {"setEditorMode as the unit goes", [](CConnectionMgr& l) { return l.setEditorMode(); },
+         Asked, Goes, false, 1500ms, nullptr, 0},
+        {"getOccupied as the unit goes", [](CConnectionMgr& l) { return l.getOccupied(); }, Holding,
+         Goes, true, 1500ms, nullptr, 0},
+        {"getKitName as the unit goes", [](CConnectionMgr& l) { return l.getKitName(); }, Holding,
+         Goes, false, 1500ms, nullptr, 0},
+        {"mountQl as the unit goes", [](CConnectionMgr& l) { return l.mountQl(); }, Holding, Goes,
+         false, 1500ms, nullptr, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.step);
@@ -309,21 +250,33 @@ TEST_F(LinkTest, EachStepGivesUpExactlyAtItsDeadlineWithItsAlert) {
         ASSERT_FALSE(link->getOccupied());
         ASSERT_TRUE(c.prepared < Holding || link->setEditorMode());
         ASSERT_TRUE(c.prepared < Mounted || link->mountQl());
-        // A unit that never mounts answers everything else; the other steps face a silent one.
-        (std::string_view(c.step) == "mountQl" ? faults().neverMount : faults().silent) = true;
+        test::NotificationRecorder notes({NOTIFY_MIDI_CONNECT});
+        (c.fault == NeverMounts ? faults().neverMount : faults().silent) = true;
+        if (c.fault == Goes) timeline().after(1500ms, [this] { unit->unplug(); });
         const auto begin = elapsed();
         const auto realBegin = std::chrono::steady_clock::now();
 
         EXPECT_EQ(c.run(*link), c.result);
 
-        EXPECT_EQ(elapsed() - begin, c.deadline);
-        EXPECT_LT(std::chrono::steady_clock::now() - realBegin, c.deadline / 2)
-            << "the manual clock must not cost real time";
-        EXPECT_EQ(alertTexts(), c.alert ? Strings{c.alert} : Strings{});
-        EXPECT_EQ(link->getEditorMode(), c.editorMode);
+        EXPECT_EQ(elapsed() - begin, c.ends);
+        if (c.fault != Goes) {
+            EXPECT_LT(std::chrono::steady_clock::now() - realBegin, c.ends / 2)
+                << "the manual clock must not cost real time";
+        }
+        EXPECT_EQ(alerts.texts(), c.alert ? Strings{c.alert} : Strings{});
+        EXPECT_EQ(link->unitGone(), c.fault == Goes);
+        settle();
+        EXPECT_EQ(link->getEditorMode(), c.editorMode) << "dropped without telling a unit gone";
         if (c.prepared == Mounted) {
             EXPECT_FALSE(link->isVolumeExist()) << "ejected first";
         }
+        if (c.fault != Goes) continue;
+        EXPECT_FALSE(link->getConnected());
+        EXPECT_EQ(notes.count(NOTIFY_MIDI_CONNECT, link), 2);
+        faults().silent = false;
+        ASSERT_TRUE(unit->plugIn());
+        settle();
+        EXPECT_FALSE(link->unitGone()) << "the unit plugged in again is selected afresh";
     }
 }
 
@@ -331,7 +284,7 @@ TEST_F(LinkTest, AReleaseWaitsForAVolumeTheDesktopKeepsToBeEjectedByHandThenTell
     holdUnit();
     ASSERT_TRUE(link->mountQl());
     volumes.setRefuseEject(true);
-    timeline.after(3000ms, [&] { volumes.unmount(simulated->storageRoot()); });
+    timeline().after(3000ms, [&] { volumes.unmount(unit->storageRoot()); });
     const auto begin = elapsed();
 
     EXPECT_TRUE(link->editorOff());
@@ -339,7 +292,7 @@ TEST_F(LinkTest, AReleaseWaitsForAVolumeTheDesktopKeepsToBeEjectedByHandThenTell
     EXPECT_EQ(log.times("TX Editor OFF"), std::vector<ms>{begin + 3000ms});
     EXPECT_EQ(elapsed() - begin, 3000ms) << "the unit answers at once";
     EXPECT_EQ(link->getEditorMode(), 0);
-    EXPECT_FALSE(simulated->editorMode());
+    EXPECT_FALSE(unit->editorMode());
     EXPECT_TRUE(alerts.shown.empty());
 }
 
@@ -349,13 +302,8 @@ TEST_F(LinkTest, AResponsiveUnitOfEitherModelIsLoadedWithoutIdleSecondsAndReleas
     for (const auto& [model, delay] : runs) {
         SCOPED_TRACE(model.name());
         start(model);
-        CPatternMgr& patterns = context->patterns();
-        for (const char* name : {"Funk        ", "Waltz       "}) {
-            patterns.addPatternData()->setName(name);
-        }
-        ASSERT_TRUE(CFileDataMgr::exportData(patternFile()));
-        patterns.clearAllPtnData();
-        patterns.setCurPatternNum(-1);
+        putTwoPatternsOnTheUnit();
+        const CPatternMgr& patterns = context->patterns();
         faults().replyDelayMs = static_cast<int>(delay.count());
         ASSERT_FALSE(link->getOccupied());
         const auto begin = elapsed();
@@ -369,7 +317,7 @@ TEST_F(LinkTest, AResponsiveUnitOfEitherModelIsLoadedWithoutIdleSecondsAndReleas
         EXPECT_EQ(patterns.getPtnData()[1]->getName(), "Waltz       ");
         EXPECT_EQ(patterns.getCurPattarnNum(), 0);
         EXPECT_TRUE(link->editorOff());
-        EXPECT_FALSE(simulated->editorMode());
+        EXPECT_FALSE(unit->editorMode());
         EXPECT_FALSE(link->isVolumeExist());
         EXPECT_TRUE(alerts.shown.empty());
     }
@@ -380,10 +328,8 @@ TEST_F(LinkTest, AResponsiveUnitOfEitherModelIsLoadedWithoutIdleSecondsAndReleas
 // the second time too, when the root found the first time is already known.
 TEST_F(LinkTest, AVolumeNobodyMountsIsMountedByTheLinkAndGivenBackAtEditorOff) {
     volumes.setAutomount(false);
-    const fs::path stick = temp / "stick";
-    fs::create_directories(stick);
-    ASSERT_TRUE(volumes.mount(stick));
-    const std::vector<fs::path> unitOnly{VolumeService::normalPath(simulated->storageRoot())};
+    ASSERT_TRUE(volumes.mount(made(temp / "stick")));
+    const std::vector<fs::path> unitOnly{VolumeService::normalPath(unit->storageRoot())};
     for (int round = 1; round <= 2; ++round) {
         SCOPED_TRACE(round);
         ASSERT_TRUE(volumes.volumes().empty());
@@ -395,45 +341,6 @@ TEST_F(LinkTest, AVolumeNobodyMountsIsMountedByTheLinkAndGivenBackAtEditorOff) {
         EXPECT_TRUE(volumes.volumes().empty());
     }
     EXPECT_TRUE(alerts.shown.empty());
-}
-
-// A unit that vanishes while a step waits for it can no longer answer: the step ends as it
-// goes, without the alert of a unit that is there but silent, and the rescan that follows
-// (one for each of its endpoints) finds no unit until it is plugged in again.
-TEST_F(LinkTest, AStepWaitingForTheUnitEndsWhenTheUnitGoesWithoutAnAlert) {
-    using Step = bool (*)(CConnectionMgr&);
-    // The step, what it returns, and whether the unit is held in editor mode before it.
-    const std::tuple<const char*, Step, bool, bool> steps[] = {
-        {"setEditorMode", [](CConnectionMgr& l) { return l.setEditorMode(); }, false, false},
-        {"getOccupied", [](CConnectionMgr& l) { return l.getOccupied(); }, true, true},
-        {"getKitName", [](CConnectionMgr& l) { return l.getKitName(); }, false, true},
-        {"mountQl", [](CConnectionMgr& l) { return l.mountQl(); }, false, true},
-    };
-    for (const auto& [name, step, result, held] : steps) {
-        SCOPED_TRACE(name);
-        start(sim::UnitModel::ql900());
-        if (held) {
-            holdUnit();
-        } else {
-            ASSERT_FALSE(link->getOccupied());
-        }
-        test::NotificationRecorder notes({NOTIFY_MIDI_CONNECT});
-        faults().silent = true;
-        timeline.after(1500ms, [this] { simulated->unplug(); });
-        const ms begin = elapsed();
-        EXPECT_EQ(step(*link), result);
-        EXPECT_EQ(elapsed() - begin, 1500ms);
-        EXPECT_TRUE(alertTexts().empty());
-        EXPECT_TRUE(link->unitGone());
-        settle();
-        EXPECT_FALSE(link->getConnected());
-        EXPECT_EQ(link->getEditorMode(), 0) << "dropped without telling the unit";
-        EXPECT_EQ(notes.count(NOTIFY_MIDI_CONNECT, link), 2);
-        faults().silent = false;
-        ASSERT_TRUE(simulated->plugIn());
-        settle();
-        EXPECT_FALSE(link->unitGone()) << "the unit plugged in again is selected afresh";
-    }
 }
 
 }  // namespace

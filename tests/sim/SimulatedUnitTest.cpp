@@ -46,11 +46,6 @@ Bytes message(std::uint8_t id, const Bytes& body) {
     return bytes;
 }
 
-// The kit slot a kit reply is for, from its address.
-int slotOf(const Bytes& reply) {
-    return (reply[11] * 128 + reply[12] - 128) / 16;
-}
-
 class SimulatedUnitTest : public ::testing::TestWithParam<ModelCase>, public MidiService::Listener {
 protected:
     SimulatedUnitTest() {
@@ -118,93 +113,83 @@ protected:
     std::int64_t destination = 0;
 };
 
-TEST_P(SimulatedUnitTest, AnswersEditorModeAndShowsItsStorageOnlyToAnEditor) {
+// Only whole, good requests of its own model count: the others (a preview's notes aside) are
+// ignored and counted, and leave the unit free.
+TEST_P(SimulatedUnitTest, AnswersItsModelsGoodRequestsAndShowsItsStorageOnlyToAnEditor) {
+    Bytes badChecksum = msg(kEditorOn);
+    badChecksum[14] = 0x11;
     const struct {
         const char* what;
         Bytes request;
         std::vector<Bytes> replies;
         bool storageShown;
     } steps[] = {
-        {"asked while free", kAskEditorMode, {kEditorOff}, false},
-        {"mount without an editor", kMount, {kUnmount}, false},
-        {"kit names without an editor", kAskKits, {}, false},
-        {"editor on", kEditorOn, {kEditorOn}, false},
-        {"asked while held", kAskEditorMode, {kEditorOn}, false},
-        {"mount", kMount, {kMount}, true},
-        {"asked whether mounted", kAskMount, {kMount}, true},
-        {"unmount, which ends the editor's session", kUnmount, {kUnmount}, false},
-        {"asked after unmounting", kAskEditorMode, {kEditorOff}, false},
-        {"editor on again", kEditorOn, {kEditorOn}, false},
-        {"mount again", kMount, {kMount}, true},
-        {"editor off, which unmounts too", kEditorOff, {kEditorOff, kUnmount}, false},
+        {"a wrong checksum", badChecksum, {}, false},
+        {"the other model's", message(GetParam().id ^ 0x01, kEditorOn), {}, false},
+        {"no such address", msg({0x12, 0x7F, 0x70, 0x00, 0x02, 0x01, 0x0E, 0xF7}), {}, false},
+        {"no such command", msg({0x13, 0x7F, 0x70, 0x00, 0x00, 0x01, 0x10, 0xF7}), {}, false},
+        {"3 bytes asked", msg({0x11, 0x7F, 0x70, 0x00, 0x00, 0x00, 0x01, 0x10, 0xF7}), {}, false},
+        {"cut short", msg({0x12, 0x7F, 0x70, 0xF7}), {}, false},
+        {"a preview's notes", {0x99, 0x24, 0x64, 0x89, 0x24, 0x00}, {}, false},
+        {"asked while free", msg(kAskEditorMode), {kEditorOff}, false},
+        {"mount without an editor", msg(kMount), {kUnmount}, false},
+        {"kit names without an editor", msg(kAskKits), {}, false},
+        {"editor on", msg(kEditorOn), {kEditorOn}, false},
+        {"asked while held", msg(kAskEditorMode), {kEditorOn}, false},
+        {"mount", msg(kMount), {kMount}, true},
+        {"asked whether mounted", msg(kAskMount), {kMount}, true},
+        {"unmount, which ends the editor's session", msg(kUnmount), {kUnmount}, false},
+        {"asked after unmounting", msg(kAskEditorMode), {kEditorOff}, false},
+        {"editor on again", msg(kEditorOn), {kEditorOn}, false},
+        {"mount again", msg(kMount), {kMount}, true},
+        {"editor off, which unmounts too", msg(kEditorOff), {kEditorOff, kUnmount}, false},
     };
     for (const auto& step : steps) {
         Replies expected;
         for (const Bytes& reply : step.replies) expected.push_back(msg(reply));
-        EXPECT_EQ(ask(step.request), expected) << step.what;
+        send(step.request);
+        EXPECT_EQ(replies(), expected) << step.what;
         EXPECT_EQ(volumeShown(), step.storageShown) << step.what;
     }
+    EXPECT_EQ(unit->messagesIgnored(), 6);
     EXPECT_FALSE(unit->editorMode());
     EXPECT_FALSE(unit->mounted());
     EXPECT_TRUE(fs::exists(temp / "unit" / "VANTIK" / "DATA" / "RHYTHM.QL0"));
-}
-
-TEST_P(SimulatedUnitTest, SendsOneMessagePerKitThenAnEmptySlot) {
-    ask(kEditorOn);
-    const Replies replies = ask(kAskKits);
-    ASSERT_GE(replies.size(), 9u);
-    for (const Bytes& reply : replies) {
-        ASSERT_EQ(reply.size(), 31u) << "16 name bytes each";
-        EXPECT_TRUE(std::equal(reply.begin(), reply.begin() + 9, msg({0x12}).begin()));
-        unsigned sum = 0;
-        for (std::size_t i = 9; i < 30; ++i) sum += reply[i];
-        EXPECT_EQ(sum % 128, 0u) << "checksum " << int{reply[29]};
-        EXPECT_EQ(reply[30], 0xF7);
-    }
-    // "Studio Rock" padded to 16 bytes; 7F+70+01+00 and the name sum to 1463, 73 short of 1536.
-    EXPECT_EQ(replies[0], msg({0x12, 0x7F, 0x70, 0x01, 0x00, 'S', 't', 'u', 'd', 'i',  'o', ' ',
-                               'R',  'o',  'c',  'k',  ' ',  ' ', ' ', ' ', ' ', 0x49, 0xF7}));
-    // Slot addresses step by 16 and carry into the next 7-bit byte.
-    EXPECT_EQ(Bytes(replies[1].begin() + 9, replies[1].begin() + 13),
-              (Bytes{0x7F, 0x70, 0x01, 0x10}));
-    EXPECT_EQ(Bytes(replies[8].begin() + 9, replies[8].begin() + 13),
-              (Bytes{0x7F, 0x70, 0x02, 0x00}));
-    const std::size_t end = replies.size() - 1;
-    EXPECT_EQ(slotOf(replies.back()), static_cast<int>(end));
-    EXPECT_EQ(replies.back()[13], 0) << "the closing slot starts with 0";
-    for (std::size_t kit = 0; kit < end; ++kit) {
-        EXPECT_NE(replies[kit][13], 0) << "kit " << kit;
-        EXPECT_NE(replies[kit][13], ' ') << "kit " << kit;
-        EXPECT_EQ(replies[kit][28], ' ') << "kit " << kit << " has at most 15 characters";
-    }
-}
-
-TEST_P(SimulatedUnitTest, TakesOnlyWholeGoodRequestsOfItsModelEvenInPieces) {
-    Bytes badChecksum = msg(kEditorOn);
-    badChecksum[14] = 0x11;
-    const Replies bad{
-        badChecksum,
-        message(static_cast<std::uint8_t>(GetParam().id ^ 0x01), kEditorOn),  // the other model
-        msg({0x12, 0x7F, 0x70, 0x00, 0x02, 0x01, 0x0E, 0xF7}),                // no such address
-        msg({0x13, 0x7F, 0x70, 0x00, 0x00, 0x01, 0x10, 0xF7}),                // no such command
-        msg({0x11, 0x7F, 0x70, 0x00, 0x00, 0x00, 0x01, 0x10, 0xF7}),          // size of three bytes
-        msg({0x12, 0x7F, 0x70, 0xF7}),
-    };
-    for (const Bytes& request : bad) {
-        send(request);
-        EXPECT_TRUE(replies().empty()) << ::testing::PrintToString(request);
-    }
-    EXPECT_EQ(unit->messagesIgnored(), static_cast<int>(bad.size()));
-    EXPECT_FALSE(unit->editorMode());
-    send({0x99, 0x24, 0x64, 0x89, 0x24, 0x00});  // a preview's notes are none of its business
-    EXPECT_TRUE(replies().empty());
-    EXPECT_EQ(unit->messagesIgnored(), static_cast<int>(bad.size()));
 
     const Bytes whole = msg(kEditorOn);
     send(Bytes(whole.begin(), whole.begin() + 5));
     send({0xF8});  // a clock tick inside the message
     send(Bytes(whole.begin() + 5, whole.end()));
     EXPECT_EQ(replies(), only(kEditorOn)) << "a request in pieces is put together";
+}
+
+TEST_P(SimulatedUnitTest, SendsOneMessagePerKitThenAnEmptySlot) {
+    ask(kEditorOn);
+    const Replies replies = ask(kAskKits);
+    ASSERT_GE(replies.size(), 9u);
+    for (std::size_t slot = 0; slot < replies.size(); ++slot) {
+        SCOPED_TRACE(slot);
+        const Bytes& reply = replies[slot];
+        ASSERT_EQ(reply.size(), 31u) << "16 name bytes each";
+        // Slots step by 16 from 7F 70 01 00, the low 14 bits in two 7-bit bytes.
+        const std::size_t at = 128 + slot * 16;
+        const Bytes head = msg({0x12, 0x7F, 0x70, static_cast<std::uint8_t>(at / 128),
+                                static_cast<std::uint8_t>(at % 128)});
+        EXPECT_EQ(Bytes(reply.begin(), reply.begin() + 13), head);
+        unsigned sum = 0;
+        for (std::size_t i = 9; i < 30; ++i) sum += reply[i];
+        EXPECT_EQ(sum % 128, 0u) << "checksum " << int{reply[29]};
+        EXPECT_EQ(reply[30], 0xF7);
+        const bool closing = slot + 1 == replies.size();
+        EXPECT_EQ(reply[13] == 0, closing) << "only the closing slot starts with 0";
+        if (!closing) {
+            EXPECT_NE(reply[13], ' ');
+            EXPECT_EQ(reply[28], ' ') << "at most 15 characters";
+        }
+    }
+    // "Studio Rock" padded to 16 bytes; 7F+70+01+00 and the name sum to 1463, 73 short of 1536.
+    EXPECT_EQ(replies[0], msg({0x12, 0x7F, 0x70, 0x01, 0x00, 'S', 't', 'u', 'd', 'i',  'o', ' ',
+                               'R',  'o',  'c',  'k',  ' ',  ' ', ' ', ' ', ' ', 0x49, 0xF7}));
 }
 
 // How late a slow unit answers is the link's tests' to time; here, what a pulled cable loses.
