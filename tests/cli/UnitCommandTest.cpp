@@ -3,6 +3,7 @@
 // here waits.
 #include "cli/CommandRig.h"
 #include "cli/ConvertCommand.h"
+#include "cli/ListCommand.h"
 #include "cli/PreviewCommand.h"
 #include "cli/UnitCommand.h"
 #include "cli/UnitOptions.h"
@@ -26,6 +27,7 @@ namespace tavrel::cli {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
 // The simulator's kits as the link's list holds them: each name padded to the 15 characters
@@ -122,6 +124,12 @@ TEST_F(UnitCommandTest, PushedPatternsComeBackByteForByteAndTheReplacedFileIsBac
     ASSERT_EQ(unit({"pull", pulled}), kExitOk) << err.str();
     EXPECT_EQ(out.str(), pulled + ": 2 patterns from the QL-900\n");
     EXPECT_EQ(test::readBytes(pulled), test::readBytes(in));
+
+    // A load reports the unit's patterns as list reports the file's.
+    ASSERT_EQ(run(&ListCommand::run, {in, "--json"}), kExitOk);
+    const std::string listed = out.str();
+    ASSERT_EQ(unit({"load", "--json"}), kExitOk) << err.str();
+    EXPECT_THAT(out.str(), EndsWith(listed.substr(listed.find("\"patterns\":"))));
 }
 
 // The simulator's switches are not on the command line: these run the command through a
