@@ -27,9 +27,16 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     return p;
 }
 
+std::vector<std::string> environment(std::vector<std::string> extra) {
+    std::vector<std::string> all;
+    for (char** e = environ; *e != nullptr; ++e) all.emplace_back(*e);
+    all.insert(all.end(), extra.begin(), extra.end());
+    return all;
+}
+
 }  // namespace
 
-ChildProcess::ChildProcess(std::vector<std::string> argv) {
+ChildProcess::ChildProcess(std::vector<std::string> argv, std::vector<std::string> extraEnv) {
     std::array<int, 2> out{-1, -1};
     std::array<int, 2> err{-1, -1};
     // Close-on-exec: the child keeps only the ends dup2 gives it, so its exit closes them.
@@ -39,9 +46,11 @@ ChildProcess::ChildProcess(std::vector<std::string> argv) {
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, out[1], 1);
     posix_spawn_file_actions_adddup2(&actions, err[1], 2);
+    std::vector<std::string> env = environment(std::move(extraEnv));
     const auto args = pointers(argv);
+    const auto envp = pointers(env);
     pid_t pid = -1;
-    const int failed = ::posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ);
+    const int failed = ::posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
     ::close(out[1]);
     ::close(err[1]);

@@ -25,12 +25,14 @@ public:
         std::string text;
     };
 
-    // Starts `argv` (argv[0] a path) with this process's environment, stdin from /dev/null.
-    explicit ChildProcess(std::vector<std::string> argv);
+    // Starts `argv` (argv[0] a path) with this process's environment plus `extraEnv`
+    // ("NAME=value"), stdin from /dev/null. started() tells whether it ran.
+    explicit ChildProcess(std::vector<std::string> argv, std::vector<std::string> extraEnv = {});
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    bool started() const { return mPid > 0; }
     // The first line of `stream` containing `text`, waiting up to `timeout` for it.
     std::optional<Line> waitForLine(Stream stream, std::string_view text,
                                     std::chrono::milliseconds timeout);
