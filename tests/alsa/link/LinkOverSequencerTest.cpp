@@ -1,6 +1,6 @@
 // The link between tavrel-cli and the unit over the kernel's sequencer, both as processes of
-// their own: patterns pushed to each model come back by pull and by load, and a unit that
-// dies mid-command, or a command the user stops, is reported promptly in the program's words.
+// their own: patterns pushed to each model come back by pull and a load brings the kits; a unit
+// that dies mid-command, or a command the user stops, is reported promptly in the program's words.
 #include "alsa/SequencerTest.h"
 #include "alsa/link/TavrelCli.h"
 #include "alsa/link/UnitSimProcess.h"
@@ -40,7 +40,7 @@ protected:
     ScratchFolder scratch;
 };
 
-TEST_P(LinkOverSequencerTest, PatternsPushedToTheUnitComeBackByPullAndByLoad) {
+TEST_P(LinkOverSequencerTest, PatternsPushedComeBackByPullAndALoadBringsTheKits) {
     UnitSimProcess sim(model(), storage());
     ASSERT_TRUE(sim.ready()) << sim.output();
     const std::string in = (scratch / "in.QL0").string();
