@@ -1,5 +1,5 @@
 // System-exclusive messages through the real sequencer: out of our output port, into our
-// input port, from and to another program, and from and to a unit on a USB cable: sizes around
+// input port, from another program, and from and to a unit on a USB cable: sizes around
 // the transport's 256-byte pieces, and longer than its receive ring.
 
 #include "alsa/AlsaTestKit.h"
@@ -94,11 +94,11 @@ TEST_F(AlsaExclusiveTest, AMessageSentInPiecesComesBackAsOne) {
 }
 
 // A program that connects itself to our input, as a patchbay would, reaches the delegate
-// though it is not the selected source; and it can be our output device.
-TEST_F(AlsaExclusiveTest, AnotherProgramReachesOurInputAndIsReachedFromOurOutput) {
+// though it is not the selected source.
+TEST_F(AlsaExclusiveTest, AnotherProgramThatConnectsItselfReachesOurInput) {
     RawClient other("Other");
     ASSERT_TRUE(other.isOpen());
-    const int port = other.addPort("io", RawClient::kReadable | RawClient::kWritable);
+    const int port = other.addPort("out", RawClient::kReadable);
     ASSERT_GE(port, 0);
     int connected = 0;
     for (const auto& ours : other.ports()) {
@@ -111,15 +111,6 @@ TEST_F(AlsaExclusiveTest, AnotherProgramReachesOurInputAndIsReachedFromOurOutput
     for (const Bytes& message : sent) EXPECT_GE(other.sendToSubscribers(port, message), 0);
     const auto expected = piecesOf(sent);
     test::expectPieces(recorder.waitForReceived(expected.size()), expected);
-
-    midi->searchDevice();
-    ASSERT_TRUE(midi->selectOutputDevice(test::indexOf(midi->getOutputPortList(), "Other:io")));
-    for (const Bytes& message : sent) send(message);
-    const Bytes all = test::joined(sent);
-    const Bytes arrived = other.receive(all.size(), std::chrono::seconds(5));
-    EXPECT_EQ(arrived.size(), all.size());
-    EXPECT_TRUE(arrived == all);
-    EXPECT_TRUE(recorder.failedSends.empty());
 }
 
 // A unit on a USB cable reaches the sequencer as a kernel client with a card number: its bytes

@@ -1,9 +1,5 @@
 #include "alsa/RawClient.h"
 
-#include <poll.h>
-
-#include <cerrno>
-
 namespace tavrel::test {
 
 RawClient::RawClient(const std::string& name) {
@@ -12,8 +8,6 @@ RawClient::RawClient(const std::string& name) {
         return;
     }
     snd_seq_set_client_name(mSeq, name.c_str());
-    // The tests read only once they have sent everything, so all of it has to wait here.
-    snd_seq_set_client_pool_input(mSeq, 2000);
 }
 
 RawClient::~RawClient() {
@@ -66,29 +60,6 @@ int RawClient::sendToSubscribers(int port, std::span<const std::uint8_t> bytes) 
     snd_seq_ev_set_sysex(&event, static_cast<unsigned int>(bytes.size()),
                          const_cast<std::uint8_t*>(bytes.data()));
     return snd_seq_event_output_direct(mSeq, &event);
-}
-
-std::vector<std::uint8_t> RawClient::receive(std::size_t count, std::chrono::milliseconds timeout) {
-    std::vector<std::uint8_t> bytes;
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    pollfd fd{};
-    snd_seq_poll_descriptors(mSeq, &fd, 1, POLLIN);
-    while (bytes.size() < count) {
-        snd_seq_event_t* event = nullptr;
-        const int rc = snd_seq_event_input(mSeq, &event);
-        if (rc == -EAGAIN) {
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                deadline - std::chrono::steady_clock::now());
-            if (left.count() <= 0 || poll(&fd, 1, static_cast<int>(left.count())) <= 0) break;
-            continue;
-        }
-        if (rc == -ENOSPC) continue;  // events were lost; the bytes will not add up
-        if (rc < 0) break;
-        if (event->type != SND_SEQ_EVENT_SYSEX) continue;
-        const auto* data = static_cast<const std::uint8_t*>(event->data.ext.ptr);
-        bytes.insert(bytes.end(), data, data + event->data.ext.len);
-    }
-    return bytes;
 }
 
 }  // namespace tavrel::test

@@ -5,7 +5,6 @@
 
 #include <alsa/asoundlib.h>
 
-#include <chrono>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -46,9 +45,6 @@ public:
 
     // `bytes` as one system-exclusive event from `port` to its subscribers.
     int sendToSubscribers(int port, std::span<const std::uint8_t> bytes);
-    // The bytes of the system-exclusive events that arrive until `count` bytes have come or
-    // `timeout` has passed.
-    std::vector<std::uint8_t> receive(std::size_t count, std::chrono::milliseconds timeout);
 
 private:
     snd_seq_t* mSeq = nullptr;
