@@ -69,7 +69,6 @@ TEST(LinkRunner, ACancelledLoadEndsAtOnceAndTheLinkLetsTheUnitGoWithTheNextStep)
     EXPECT_TRUE(released.ok);
     EXPECT_FALSE(released.cancelled) << "a cancel ends only the step it was meant for";
     EXPECT_FALSE(rig.unit->editorMode());
-    EXPECT_FALSE(rig.link->isVolumeExist());
 }
 
 // The desktop's watch ticks on the caller's thread while a step runs on the device thread: it
@@ -101,9 +100,7 @@ TEST(LinkRunner, AWatchEveryTenthOfASecondThroughASlowLoadLeavesItsOutcomeAsItWa
     EXPECT_EQ(rig.unit->messagesReceived() - heard, 3) << "editor on, mount, kit request";
     EXPECT_GE(busyTicks, 5) << "three replies 250 ms late give the watch time to tick";
     EXPECT_EQ(rig.link->getHeld(), true);
-    EXPECT_EQ(rig.context->patterns().getPtnData().size(), 2u);
-    EXPECT_EQ(rig.context->patterns().getCurPattarnNum(), 0);
-    EXPECT_FALSE(rig.context->kits().getKitArray().empty());
+    EXPECT_EQ(rig.context->patterns().getPtnData().size(), 2u) << "applied on the caller's thread";
     EXPECT_TRUE(rig.run(Step::Unmount).ok);
 }
 
