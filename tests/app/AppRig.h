@@ -20,6 +20,7 @@
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
@@ -30,7 +31,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 namespace tavrel::test {
 
@@ -46,6 +46,19 @@ T* shownTopLevel() {
 // Waits on the event loop until `done` holds; false after `ms`.
 inline bool waitUntil(const std::function<bool()>& done, int ms = 10000) {
     return QTest::qWaitFor(done, ms);
+}
+
+inline CPatternMgr& patterns() {
+    return Context::current().patterns();
+}
+
+// Replaces the field's text as a user does, and confirms it with Return.
+inline void type(QLineEdit* field, const QString& text) {
+    field->setFocus();
+    field->selectAll();
+    QTest::keyClick(field, Qt::Key_Backspace);
+    QTest::keyClicks(field, text);
+    QTest::keyClick(field, Qt::Key_Return);
 }
 
 // Acts on the next modal widget of type T (a message box, a file dialog) from the event loop,
@@ -96,6 +109,25 @@ private:
     WhenModal<QMessageBox> mWhen;
 };
 
+// Answers every message box with its first button as soon as it is up, and keeps the last one's
+// informative text.
+class EveryAlertAnswered {
+public:
+    EveryAlertAnswered() {
+        QObject::connect(&mTimer, &QTimer::timeout, [this] {
+            if (auto* box = shownTopLevel<QMessageBox>()) {
+                informative = box->informativeText();
+                box->buttons().constFirst()->click();
+            }
+        });
+        mTimer.start(5);
+    }
+    QString informative;
+
+private:
+    QTimer mTimer;
+};
+
 // Chooses `path` in the next file dialog.
 class FileChoice {
 public:
@@ -113,10 +145,9 @@ class AppRig {
 public:
     using OptionsEdit = std::function<void(app::AppOptions&)>;
 
-    // `args` as on the command line, --simulate and a fresh storage folder added.
-    explicit AppRig(QStringList args = {}, bool show = true) : AppRig(std::move(args), show, {}) {}
-    // The same, with what the command line cannot say set by `edit` (a manual clock).
-    AppRig(QStringList args, bool show, const OptionsEdit& edit) {
+    // `args` as on the command line, --simulate and a fresh storage folder added; what the
+    // command line cannot say (a manual clock) is set by `edit`.
+    explicit AppRig(QStringList args = {}, bool show = true, const OptionsEdit& edit = {}) {
         QString error;
         args << "--simulate"
              << "--sim-storage" << mStorage.path();

@@ -25,10 +25,6 @@
 namespace tavrel::test {
 namespace {
 
-CPatternMgr& patterns() {
-    return Context::current().patterns();
-}
-
 TEST(DesktopCommands, EnablementFollowsThePatternCount) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
     ASSERT_TRUE(rig.waitLoaded(1));
@@ -140,17 +136,6 @@ TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {
     EXPECT_FALSE(rig.unit().mounted());
 }
 
-TEST(DesktopCommands, ImportNeedsNoUnitAndLoadingAMidiFileDoes) {
-    AppRig rig({}, false);
-    rig.unit().unplug();
-    rig.show();
-    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
-    AlertAnswer ok("OK");
-    rig.menus().loadSmfFile(TAVREL_EXAMPLES_DIR "/rock-4-4.mid");
-    EXPECT_EQ(ok.text(), "Unit not connected.");
-    EXPECT_TRUE(patterns().getPtnData().empty());
-}
-
 TEST(DesktopCommands, CommandLine) {
     struct Case {
         QStringList args;
@@ -202,12 +187,6 @@ TEST(DesktopCommands, MidiPortBoxesRememberTheIndexChosen) {
     const app::CMidiDeviceComboBox other("SOMETHING", &midi);
     EXPECT_EQ(other.count(), 0);
 }
-
-}  // namespace
-}  // namespace tavrel::test
-
-namespace tavrel::test {
-namespace {
 
 // The synthesizer is chosen in the dialog's output box, hears the pattern's kit and is chosen
 // again at the next start; a port brings the preview back to MIDI.

@@ -64,15 +64,6 @@ TEST(DesktopConnection, UnpluggedWhilePlayingStopsAndAsksOnceThenLoadsWhenBack) 
     EXPECT_TRUE(rig.menus().getMenuOfSmfLoad()->isEnabled());
 }
 
-TEST(DesktopConnection, NoConnectHidesExportWithoutPatterns) {
-    AppRig rig({}, false);
-    rig.unit().unplug();
-    rig.show();
-    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
-    EXPECT_FALSE(rig.dialog("NoConnectVC")->findChild<QPushButton*>("exportButton")->isVisible());
-    EXPECT_FALSE(rig.menus().getMenuOfExport()->isEnabled());
-}
-
 TEST(DesktopConnection, UnmountingShowsTheUnmountDialogOnceAndMountLoadsAgain) {
     AppRig rig;
     ASSERT_TRUE(rig.waitLoaded());

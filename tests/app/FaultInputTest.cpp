@@ -97,15 +97,7 @@ TEST(BadInput, EveryBadFileOrPathIsAnsweredAtOnceByTheProgramAndTheTool) {
 
     AppRig rig;
     ASSERT_TRUE(rig.waitLoaded());
-    QString informative;
-    QTimer answer;
-    QObject::connect(&answer, &QTimer::timeout, [&] {
-        if (auto* box = shownTopLevel<QMessageBox>()) {
-            informative = box->informativeText();
-            box->buttons().constFirst()->click();
-        }
-    });
-    answer.start(5);
+    EveryAlertAnswered alerts;
     Log::setSink([](std::string_view, std::string_view) {});
     for (const BadInput& in : inputs) {
         SCOPED_TRACE(in.name);
@@ -114,15 +106,16 @@ TEST(BadInput, EveryBadFileOrPathIsAnsweredAtOnceByTheProgramAndTheTool) {
         const std::size_t before = patterns.getPtnData().size();
 
         // The desktop gets its paths as Qt decodes them, from file dialogs and the command line.
-        informative.clear();
+        alerts.informative.clear();
         auto start = Clock::now();
         rig.menus().loadSmfFile(QString::fromLocal8Bit(path.c_str()));
         const double desktop = secondsSince(start);
         EXPECT_EQ(patterns.getPtnData().size(), before + (in.desktopMakes ? 1 : 0));
+        const QString& said = alerts.informative;
         if (!in.desktopSays.empty()) {
-            EXPECT_EQ(informative.toStdString(), "Format error. The file " + in.desktopSays + ".");
+            EXPECT_EQ(said.toStdString(), "Format error. The file " + in.desktopSays + ".");
         } else {
-            EXPECT_FALSE(informative.startsWith("The file")) << informative.toStdString();
+            EXPECT_FALSE(said.startsWith("The file")) << said.toStdString();
         }
 
         std::ostringstream out, err;

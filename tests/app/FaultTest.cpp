@@ -48,13 +48,7 @@ class FaultRig : public AppRig {
 public:
     FaultRig()
         : AppRig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"}, true,
-                 [](app::AppOptions& o) { o.manualClock = true; }) {
-        // Every alert is answered with its one button as soon as it is up.
-        QObject::connect(&mAnswer, &QTimer::timeout, [] {
-            if (auto* box = shownTopLevel<QMessageBox>()) box->buttons().constFirst()->click();
-        });
-        mAnswer.start(5);
-    }
+                 [](app::AppOptions& o) { o.manualClock = true; }) {}
 
     fs::path patternFile() const { return dataFolder() / "RHYTHM.QL0"; }
     int alertCount() { return static_cast<int>(session().alerts().shown().size()); }
@@ -111,15 +105,16 @@ public:
     int strayBytes = 0;  // sent from the unit while it loads after the next replug
 
 private:
-    QTimer mAnswer;
+    EveryAlertAnswered mAnswers;  // each with its one button
 };
 
 enum Act : unsigned { kLoad = 1, kSave = 2, kApplyAll = 4 };
-enum class FileAfter { Old, New };
+enum FileAfter { kOld, kNew };
+using Inject = std::function<void(FaultRig&)>;
 
 struct Fault {
     const char* name;
-    std::function<void(FaultRig&)> inject;  // just before the act
+    Inject inject;  // just before the act
     unsigned acts;
     QStringList alerts;
     const char* dialog;  // the connection dialog up afterwards, if any
@@ -127,14 +122,14 @@ struct Fault {
 };
 
 // Returns what the unit's pattern file held just before the program wrote it.
-Bytes actOn(FaultRig& rig, unsigned acts, const std::function<void(FaultRig&)>& inject) {
+Bytes actOn(FaultRig& rig, unsigned acts, const Inject& inject) {
     if ((acts & kLoad) != 0) {
         rig.replug([&] { inject(rig); });
         rig.strayBytes = 0;
     } else {
         inject(rig);
     }
-    Context::current().patterns().getPtnData()[0]->setTempo(kEditedTempo);
+    patterns().getPtnData()[0]->setTempo(kEditedTempo);
     Bytes beforeWrite = readBytes(rig.patternFile());
     if ((acts & kSave) != 0) rig.menus().saveFile();
     if ((acts & kApplyAll) != 0) {
@@ -144,109 +139,55 @@ Bytes actOn(FaultRig& rig, unsigned acts, const std::function<void(FaultRig&)>& 
     return beforeWrite;
 }
 
+Inject unplugAt(UnitStep step) {
+    return [step](FaultRig& rig) { rig.unit().faults().unplugAtStep = step; };
+}
+Inject writerFaults(long long failAfter, long long beside, long long backup) {
+    return [=](FaultRig&) {
+        AtomicFileWriter::setFaultsForTesting({failAfter, beside, backup, false});
+    };
+}
+Inject resizedBy(int bytes) {
+    return [bytes](FaultRig& rig) { fs::resize_file(rig.patternFile(), kPatternFileSize + bytes); };
+}
+
 TEST(DesktopFaults, TheProgramSurvivesLosesNothingAndConnectsAgain) {
     const AtomicFileWriter::Faults noWriterFaults;
-    const auto unplugAt = [](UnitStep step) {
-        return [step](FaultRig& rig) { rig.unit().faults().unplugAtStep = step; };
+    const Inject unplug = [](FaultRig& r) { r.unit().unplug(); };
+    const Inject silent = [](FaultRig& r) { r.unit().faults().silent = true; };
+    const Inject silentFromKits = [](FaultRig& r) {
+        r.unit().faults().dropKitReply = 3;
+        r.unit().faults().dropKitLists = -1;
     };
-    const auto writerFaults = [](long long failAfter, long long beside, long long backup) {
-        return [=](FaultRig&) {
-            AtomicFileWriter::setFaultsForTesting({failAfter, beside, backup, false});
-        };
+    const Inject stray = [](FaultRig& r) { r.strayBytes = 100'000; };
+    const Inject storageGone = [](FaultRig& r) {
+        r.unit().faults().loseStorageAtStep = UnitStep::KitRequest;
     };
+    const Inject readOnly = [](FaultRig& r) {
+        setReadOnly(r.patternFile(), true);
+        setReadOnly(r.dataFolder(), true);
+    };
+    const QString busy = "Unit is busy.", wrong = "User pattern file format is wrong.",
+                  notMade = "User Pattern file cannot be created.";
+    const char* const noUnit = "NoConnectVC";
+    const Inject midWrite = writerFaults(1 << 20, -1, -1);
     const Fault faults[] = {
-        {"unplugged at editor mode",
-         unplugAt(UnitStep::EditorOn),
-         kLoad,
-         {},
-         "NoConnectVC",
-         FileAfter::Old},
-        {"unplugged at mount", unplugAt(UnitStep::Mount), kLoad, {}, "NoConnectVC", FileAfter::Old},
-        {"unplugged at the kit names",
-         unplugAt(UnitStep::KitRequest),
-         kLoad,
-         {},
-         "NoConnectVC",
-         FileAfter::Old},
-        {"silent from the start",
-         [](FaultRig& r) { r.unit().faults().silent = true; },
-         kLoad,
-         {"Unit is busy."},
-         "OccupitedVC",
-         FileAfter::Old},
-        {"silent from the kit names",
-         [](FaultRig& r) {
-             r.unit().faults().dropKitReply = 3;
-             r.unit().faults().dropKitLists = -1;
-         },
-         kLoad,
-         {"Unit is busy."},
-         nullptr,
-         FileAfter::Old},
-        {"stray MIDI while loading",
-         [](FaultRig& r) { r.strayBytes = 100'000; },
-         kLoad,
-         {},
-         nullptr,
-         FileAfter::Old},
-        {"storage gone before the read",
-         [](FaultRig& r) { r.unit().faults().loseStorageAtStep = UnitStep::KitRequest; },
-         kLoad,
-         {"User pattern file format is wrong."},
-         nullptr,
-         FileAfter::Old},
-        {"pattern file a byte short",
-         [](FaultRig& r) { fs::resize_file(r.patternFile(), kPatternFileSize - 1); },
-         kLoad | kSave,
-         {"User pattern file format is wrong."},
-         nullptr,
-         FileAfter::New},
-        {"pattern file a byte long",
-         [](FaultRig& r) { fs::resize_file(r.patternFile(), kPatternFileSize + 1); },
-         kLoad | kSave,
-         {},
-         nullptr,
-         FileAfter::New},
-        {"unplugged before save",
-         [](FaultRig& r) { r.unit().unplug(); },
-         kSave,
-         {"Unit not connected."},
-         "NoConnectVC",
-         FileAfter::Old},
-        {"cable pulled mid-save",
-         writerFaults(1 << 20, -1, -1),
-         kSave,
-         {"User Pattern file cannot be created."},
-         nullptr,
-         FileAfter::Old},
-        {"unplugged before apply all",
-         [](FaultRig& r) { r.unit().unplug(); },
-         kApplyAll,
-         {"Device not connected."},
-         "NoConnectVC",
-         FileAfter::Old},
-        {"cable pulled mid-apply all",
-         writerFaults(1 << 20, -1, -1),
-         kApplyAll,
-         {"User Pattern file cannot be created."},
-         nullptr,
-         FileAfter::Old},
-        {"unit folder full", writerFaults(-1, 0, -1), kSave, {}, nullptr, FileAfter::New},
-        {"unit folder and backups full",
-         writerFaults(-1, 0, 0),
-         kSave,
-         {"User Pattern file cannot be created."},
-         nullptr,
-         FileAfter::Old},
-        {"unit folder read-only",
-         [](FaultRig& r) {
-             setReadOnly(r.patternFile(), true);
-             setReadOnly(r.dataFolder(), true);
-         },
-         kSave | kApplyAll,
-         {"User Pattern file cannot be created.", "User Pattern file cannot be created."},
-         nullptr,
-         FileAfter::Old},
+        {"unplugged at editor mode", unplugAt(UnitStep::EditorOn), kLoad, {}, noUnit, kOld},
+        {"unplugged at mount", unplugAt(UnitStep::Mount), kLoad, {}, noUnit, kOld},
+        {"unplugged at the kit names", unplugAt(UnitStep::KitRequest), kLoad, {}, noUnit, kOld},
+        {"silent from the start", silent, kLoad, {busy}, "OccupitedVC", kOld},
+        {"silent from the kit names", silentFromKits, kLoad, {busy}, nullptr, kOld},
+        {"stray MIDI while loading", stray, kLoad, {}, nullptr, kOld},
+        {"storage gone before the read", storageGone, kLoad, {wrong}, nullptr, kOld},
+        {"pattern file a byte short", resizedBy(-1), kLoad | kSave, {wrong}, nullptr, kNew},
+        {"pattern file a byte long", resizedBy(+1), kLoad | kSave, {}, nullptr, kNew},
+        {"unplugged before save", unplug, kSave, {"Unit not connected."}, noUnit, kOld},
+        {"cable pulled mid-save", midWrite, kSave, {notMade}, nullptr, kOld},
+        {"unplugged before apply all", unplug, kApplyAll, {"Device not connected."}, noUnit, kOld},
+        {"cable pulled mid-apply all", midWrite, kApplyAll, {notMade}, nullptr, kOld},
+        {"unit folder full", writerFaults(-1, 0, -1), kSave, {}, nullptr, kNew},
+        {"unit folder and backups full", writerFaults(-1, 0, 0), kSave, {notMade}, nullptr, kOld},
+        {"unit folder read-only", readOnly, kSave | kApplyAll, {notMade, notMade}, nullptr, kOld},
     };
     for (const Fault& f : faults) {
         SCOPED_TRACE(f.name);
@@ -268,7 +209,7 @@ TEST(DesktopFaults, TheProgramSurvivesLosesNothingAndConnectsAgain) {
         setReadOnly(rig.dataFolder(), false);
         setReadOnly(rig.patternFile(), false);
         const Bytes now = readBytes(rig.patternFile());
-        if (f.file == FileAfter::Old) {
+        if (f.file == kOld) {
             EXPECT_TRUE(now == old) << "the old file changed";
         } else {
             // Complete: all of it, one pattern counted, the edit in slot 0 (tempo at 12 + 18).

@@ -17,10 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-CPatternMgr& patterns() {
-    return Context::current().patterns();
-}
-
 TEST(DesktopFiles, SaveThenLoadFromTheUnitAsksBeforeReplacingPatterns) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
     ASSERT_TRUE(rig.waitLoaded(2));
@@ -71,7 +67,9 @@ TEST(DesktopFiles, WithoutTheUnitsStorageLoadAndSaveSaySo) {
     }
 }
 
-TEST(DesktopFiles, ExportedPatternsComeBackByImportWithoutAUnit) {
+// Started without a unit and without patterns, the program cannot load a MIDI file, has nothing
+// to export, takes patterns in by import, and its Quit button ends it.
+TEST(DesktopFiles, WithoutAUnitPatternsComeOnlyByImportAndQuitClosesAll) {
     const QTemporaryDir folder;
     const QString file = folder.filePath("backup.QL0");
     {
@@ -85,20 +83,22 @@ TEST(DesktopFiles, ExportedPatternsComeBackByImportWithoutAUnit) {
     rig.unit().unplug();
     rig.show();
     ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
+    EXPECT_FALSE(rig.dialog("NoConnectVC")->findChild<QPushButton*>("exportButton")->isVisible());
+    EXPECT_FALSE(rig.menus().getMenuOfExport()->isEnabled());
+    {
+        AlertAnswer ok("OK");
+        rig.menus().loadSmfFile(TAVREL_EXAMPLES_DIR "/rock-4-4.mid");
+        EXPECT_EQ(ok.text(), "Unit not connected.");
+    }
+    EXPECT_TRUE(patterns().getPtnData().empty());
+
     rig.menus().getMenuOfImport()->setEnabled(true);  // the dialog's own rules are tested apart
     const FileChoice choose(file);
     rig.menus().importData();
     ASSERT_EQ(patterns().getPtnData().size(), 2u);
     EXPECT_EQ(QString::fromStdString(patterns().getPtnData()[1]->getName()).trimmed(), "fill-4-4");
-    // The unit's dialog now offers the export of what was imported.
     EXPECT_TRUE(rig.menus().getMenuOfExport()->isEnabled());
-}
 
-TEST(DesktopFiles, QuitFromTheNoUnitDialogClosesItAndTheWindow) {
-    AppRig rig({}, false);
-    rig.unit().unplug();
-    rig.show();
-    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
     rig.click("NoConnectVC", "quitButton");
     EXPECT_EQ(rig.dialog("NoConnectVC"), nullptr);
     EXPECT_FALSE(rig.window().isVisible());

@@ -43,14 +43,6 @@ void choose(QComboBox* box, int index) {
     ASSERT_TRUE(waitUntil([&] { return !list->isVisible(); }));
 }
 
-void type(QLineEdit* field, const QString& text) {
-    field->setFocus();
-    field->selectAll();
-    QTest::keyClick(field, Qt::Key_Backspace);
-    QTest::keyClicks(field, text);
-    QTest::keyClick(field, Qt::Key_Return);
-}
-
 struct Window {
     std::int32_t from, bars, nume, deno;
     bool operator==(const Window&) const = default;

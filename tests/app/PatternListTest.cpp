@@ -23,10 +23,6 @@ namespace {
 namespace fs = std::filesystem;
 using views::PatternListModel;
 
-CPatternMgr& patterns() {
-    return Context::current().patterns();
-}
-
 // The window with `count` patterns named p0, p1, ... and nothing to undo yet. Every change of the
 // list is checked by the model tester, and none may reset the model.
 class ListRig {
@@ -185,11 +181,7 @@ TEST(PatternList, DroppedFilesLoadWhileThereIsRoom) {
     fs::create_directory((dir + "folder.mid").toStdString());
     ASSERT_EQ(::mkfifo(dir + "pipe.mid", 0600), 0);
     ListRig list(48);
-    QTimer answer;  // every alert answered "OK"
-    QObject::connect(&answer, &QTimer::timeout, [] {
-        if (auto* box = shownTopLevel<QMessageBox>()) box->accept();
-    });
-    answer.start(5);
+    const EveryAlertAnswered ok;
     const std::unique_ptr<QMimeData> data(
         files(dir, {"folder.mid", "pipe.mid", QByteArray(300, 'x') + ".mid", "c.midi",
                     "\xff\xfe.mid", "b.MID", "d.mid"}));

@@ -1,5 +1,7 @@
 // The variation panes as a user works them: typing in the fields, dragging the window's
 // edges and middle in the strip, undoing, and the fields waiting for a pending preview change.
+#include "AppRig.h"
+
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "playback/PreviewRig.h"
@@ -83,14 +85,7 @@ TEST_F(VariationPaneTest, DraggingAnEdgeOrTheMiddleMovesTheWindowAsOneStep) {
         Qt::CursorShape hover;
     } cases[] = {
         {"right edge", 1, 8, {2, 3}, Right, 6.5, {2, 5}, Qt::IBeamCursor},
-        {"left edge keeps the end, stops at bar 1",
-         1,
-         8,
-         {2, 3},
-         Left,
-         -1.0,
-         {0, 5},
-         Qt::IBeamCursor},
+        {"left edge to bar 1 keeps the end", 1, 8, {2, 3}, Left, -1.0, {0, 5}, Qt::IBeamCursor},
         {"left edge stops before the end", 1, 8, {2, 3}, Left, 7.5, {4, 1}, Qt::IBeamCursor},
         {"middle", 3, 8, {2, 3}, Middle, 5.5, {4, 3}, Qt::OpenHandCursor},
         {"middle past the end shortens", 3, 8, {2, 3}, Middle, 7.9, {6, 2}, Qt::OpenHandCursor},
@@ -176,10 +171,7 @@ TEST_F(VariationPaneTest, TypedNumbersAreKeptInsideThePhraseAndShownAsKept) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         QLineEdit* field = c.from ? pane(5, 8).mFrom() : pane(5, 8).mBars();
-        field->setFocus();
-        field->selectAll();
-        QTest::keyClicks(field, c.typed);
-        QTest::keyClick(field, Qt::Key_Return);
+        type(field, c.typed);
         EXPECT_EQ(window(), c.expected);
         EXPECT_EQ(field->text(), c.shown);
         EXPECT_TRUE(strip().hasFocus());
