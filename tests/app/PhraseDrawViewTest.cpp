@@ -1,12 +1,6 @@
 // The picture of a pattern, painted offscreen: its lanes, the play line where the sequencer
 // stands, and nothing left of a pattern that has gone.
-#include "model/CPatternMgr.h"
-#include "model/CPhraseData.h"
-#include "model/CPtnDataMgr.h"
-#include "model/Context.h"
-#include "playback/CSeqSim.h"
-#include "playback/ManualClockSource.h"
-#include "playback/PhraseNotes.h"
+#include "playback/PreviewRig.h"
 #include "views/CPhraseDrawView.h"
 
 #include <gtest/gtest.h>
@@ -22,22 +16,11 @@ namespace {
 
 class PhraseDrawViewTest : public testing::Test {
 protected:
-    PhraseDrawViewTest() {
-        seq = &context.install(std::make_unique<CSeqSim>(nullptr, clock));
-        view = std::make_unique<views::CPhraseDrawView>(seq);
+    PhraseDrawViewTest() : view(std::make_unique<views::CPhraseDrawView>(rig.seq)) {
         view->resize(600, 300);
     }
-    ~PhraseDrawViewTest() override {
-        if (seq != nullptr) seq->stop();
-    }
+    ~PhraseDrawViewTest() override { rig.seq->stop(); }
 
-    std::shared_ptr<CPtnDataMgr> pattern(const std::vector<Note>& notes, int endTick) {
-        auto p = context.patterns().addPatternData();
-        const StepRecords r = stepRecords(notes, endTick);
-        p->getPhraseAtVariation(0)->setSeqData(r.data(), static_cast<std::int32_t>(r.size()));
-        context.patterns().setCurPatternNum(context.patterns().rowOf(p.get()));
-        return p;
-    }
     std::vector<std::pair<QString, int>> lanes() const {
         std::vector<std::pair<QString, int>> out;
         for (const auto& lane : view->scene().lanes().lanes())
@@ -54,29 +37,17 @@ protected:
         return xs;
     }
 
-    ManualClockSource clock;
-    Context context;
-    CSeqSim* seq = nullptr;
+    PreviewRig rig;
     std::unique_ptr<views::CPhraseDrawView> view;
 };
 
 TEST_F(PhraseDrawViewTest, LanesStackLikeAScoreWithTheShownVariationsHits) {
-    auto p = pattern({{0, 36},
-                      {0, 42},
-                      {48, 42},
-                      {96, 38},
-                      {96, 42},
-                      {144, 42},
-                      {192, 36},
-                      {192, 49},
-                      {240, 45},
-                      {288, 38},
-                      {288, 90},
-                      {336, 81}},
-                     384);
+    const std::vector<Note> notes = {{0, 36},   {0, 42},   {48, 42},  {96, 38},
+                                     {96, 42},  {144, 42}, {192, 36}, {192, 49},
+                                     {240, 45}, {288, 38}, {288, 90}, {336, 81}};
+    auto p = rig.pattern(notes, 384);
     // A key only another variation plays gets a lane without hits.
-    const StepRecords other = stepRecords({{0, 56}}, 384);
-    p->getPhraseAtVariation(3)->setSeqData(other.data(), static_cast<std::int32_t>(other.size()));
+    PreviewRig::give(*p->getPhraseAtVariation(3), {{0, 56}}, 384);
     view->grab();
     const std::vector<std::pair<QString, int>> expected = {
         {"Note 90", 1},       {"Open Triangle", 1}, {"Cowbell", 0},        {"Crash Cymbal 1", 1},
@@ -94,7 +65,7 @@ TEST_F(PhraseDrawViewTest, LanesStackLikeAScoreWithTheShownVariationsHits) {
 }
 
 TEST_F(PhraseDrawViewTest, PlayLineFollowsTheSequencerOnScreen) {
-    pattern({{0, 36}, {384, 38}, {768, 36}, {1152, 38}}, 1536);  // four bars of 4/4
+    rig.pattern({{0, 36}, {384, 38}, {768, 36}, {1152, 38}}, 1536);  // four bars of 4/4
     view->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(view.get()));
     const int y = view->height() - 10;  // across the lanes
@@ -102,7 +73,7 @@ TEST_F(PhraseDrawViewTest, PlayLineFollowsTheSequencerOnScreen) {
     // moves the view repaints only the strips the line leaves and enters, so a strip left
     // unpainted shows as a second line.
     auto lineAfter = [&](int ticks) -> std::optional<int> {
-        seq->comeTick(ticks);
+        rig.seq->comeTick(ticks);
         view->setNeedsDisplay();
         QTest::qWait(0);
         const auto line = highlighted(view->screen()->grabWindow(view->winId()).toImage(), y);
@@ -112,7 +83,7 @@ TEST_F(PhraseDrawViewTest, PlayLineFollowsTheSequencerOnScreen) {
     };
     view->grab();
     EXPECT_FALSE(lineAfter(0)) << "stopped";
-    seq->play();
+    rig.seq->play();
     const auto start = lineAfter(0);
     const auto bar2 = lineAfter(384);
     const auto bar3 = lineAfter(384);
@@ -122,23 +93,23 @@ TEST_F(PhraseDrawViewTest, PlayLineFollowsTheSequencerOnScreen) {
     EXPECT_GT(barWidth, view->width() / 8);  // four bars fill most of the width
     EXPECT_NEAR(*bar3 - *bar2, barWidth, 1);
     EXPECT_LE(*start + 4 * barWidth, view->width());
-    seq->stop();
+    rig.seq->stop();
     EXPECT_FALSE(lineAfter(0)) << "stopped again";
 }
 
 TEST_F(PhraseDrawViewTest, NothingOfARemovedPatternIsDrawn) {
-    auto kept = pattern({{0, 56}}, 384);
-    std::weak_ptr<CPtnDataMgr> removed = pattern({{0, 36}, {96, 38}}, 384);
+    auto kept = rig.pattern({{0, 56}}, 384);
+    std::weak_ptr<CPtnDataMgr> removed = rig.pattern({{0, 36}, {96, 38}}, 384);
     view->grab();
     EXPECT_EQ(lanes().size(), 2U);
 
-    context.patterns().removePatternData();  // the current one, without a paint in between
+    rig.context.patterns().removePatternData();  // the current one, without a paint in between
     view->grab();
     EXPECT_TRUE(removed.expired());
     EXPECT_EQ(lanes(), (std::vector<std::pair<QString, int>>{{"Cowbell", 1}}));
 
     // With no pattern left, no ruler, name or lane of the last one: the top line is bare.
-    context.patterns().removePatternData();
+    rig.context.patterns().removePatternData();
     const QImage empty = view->grab().toImage();
     EXPECT_TRUE(view->scene().empty());
     const QRgb base = view->palette().color(QPalette::Base).rgb();
