@@ -29,9 +29,13 @@ Bytes oneBar(std::uint16_t tracks, std::uint16_t division) {
     return smfHeader(0, tracks, division) + t.chunk();
 }
 
+enum Kind { kFile, kSparse100MB, kNone, kFolder, kFifo };
+
 struct BadInput {
     const char* name;
-    std::function<fs::path(const fs::path& dir)> make;
+    std::string file;  // in the scratch folder, made as `kind` says of `bytes`
+    Kind kind;
+    Bytes bytes;
     // What the desktop's alert says after "Format error. The file ", empty for no alert about the
     // file; and whether it makes a pattern of it.
     std::string desktopSays;
@@ -40,8 +44,13 @@ struct BadInput {
     std::string toolSays;
 };
 
-fs::path file(const fs::path& path, const Bytes& bytes) {
-    return writeBytes(path, bytes);
+fs::path make(const fs::path& dir, const BadInput& in) {
+    const fs::path path = dir / in.file;
+    if (in.kind == kFile || in.kind == kSparse100MB) writeBytes(path, in.bytes);
+    if (in.kind == kSparse100MB) fs::resize_file(path, 100ull << 20);
+    if (in.kind == kFolder) fs::create_directory(path);
+    if (in.kind == kFifo) ::mkfifo(path.c_str(), 0600);
+    return path;
 }
 
 double secondsSince(Clock::time_point start) {
@@ -54,45 +63,22 @@ TEST(BadInput, EveryBadFileOrPathIsAnsweredAtOnceByTheProgramAndTheTool) {
     // the new pattern's initial 16 empty bars, as its loader always has.
     const std::string notSmf = "not a Standard MIDI File";
     const std::string tooLarge = "is larger than 64 MiB, the most a MIDI file may be";
-    const std::string nameTooLong = "cannot be read: File name too long";
+    const std::string tooLong = "cannot be read: File name too long";
     const std::string notRegular = "is not a regular file";
+    const std::string longName = std::string(296, 'n') + ".mid";
     const BadInput inputs[] = {
-        {"empty", [](const fs::path& d) { return file(d / "empty.mid", {}); }, "", true, notSmf},
-        {"100 MB sparse",
-         [](const fs::path& d) {
-             fs::path p = file(d / "huge.mid", oneBar(1, 96));
-             fs::resize_file(p, 100ull << 20);
-             return p;
-         },
-         tooLarge, false, tooLarge},
-        {"65535 tracks declared",
-         [](const fs::path& d) { return file(d / "tracks.mid", oneBar(65535, 96)); }, "", true, ""},
-        {"division 0", [](const fs::path& d) { return file(d / "div0.mid", oneBar(1, 0)); }, "",
-         true, ""},
-        {"division 0x7FFF",
-         [](const fs::path& d) { return file(d / "div7fff.mid", oneBar(1, 0x7FFF)); }, "", true,
-         ""},
-        {"SMPTE division",
-         [](const fs::path& d) { return file(d / "smpte.mid", oneBar(1, 0xE728)); }, "", true, ""},
-        {"name of 300 characters",
-         [](const fs::path& d) { return d / (std::string(296, 'n') + ".mid"); }, nameTooLong, false,
-         nameTooLong},
+        {"empty", "empty.mid", kFile, {}, "", true, notSmf},
+        {"100 MB sparse", "huge.mid", kSparse100MB, oneBar(1, 96), tooLarge, false, tooLarge},
+        {"65535 tracks declared", "tracks.mid", kFile, oneBar(65535, 96), "", true, ""},
+        {"division 0", "div0.mid", kFile, oneBar(1, 0), "", true, ""},
+        {"division 0x7FFF", "div7fff.mid", kFile, oneBar(1, 0x7FFF), "", true, ""},
+        {"SMPTE division", "smpte.mid", kFile, oneBar(1, 0xE728), "", true, ""},
+        {"name of 300 characters", longName, kNone, {}, tooLong, false, tooLong},
         // Qt cannot name such a file, so the desktop looks for another; the tool reads it.
-        {"name not UTF-8",
-         [](const fs::path& d) { return file(d / "\xff\xfe\x80.mid", oneBar(1, 96)); },
+        {"name not UTF-8", "\xff\xfe\x80.mid", kFile, oneBar(1, 96),
          "cannot be read: No such file or directory", false, ""},
-        {"a folder",
-         [](const fs::path& d) {
-             fs::create_directory(d / "folder.mid");
-             return d / "folder.mid";
-         },
-         notRegular, false, notRegular},
-        {"a FIFO without a writer",
-         [](const fs::path& d) {
-             ::mkfifo((d / "fifo.mid").c_str(), 0600);
-             return d / "fifo.mid";
-         },
-         notRegular, false, notRegular},
+        {"a folder", "folder.mid", kFolder, {}, notRegular, false, notRegular},
+        {"a FIFO without a writer", "fifo.mid", kFifo, {}, notRegular, false, notRegular},
     };
 
     AppRig rig;
@@ -101,16 +87,15 @@ TEST(BadInput, EveryBadFileOrPathIsAnsweredAtOnceByTheProgramAndTheTool) {
     Log::setSink([](std::string_view, std::string_view) {});
     for (const BadInput& in : inputs) {
         SCOPED_TRACE(in.name);
-        const fs::path path = in.make(dir.path());
-        auto& patterns = Context::current().patterns();
-        const std::size_t before = patterns.getPtnData().size();
+        const fs::path path = make(dir.path(), in);
+        const std::size_t before = patterns().getPtnData().size();
 
         // The desktop gets its paths as Qt decodes them, from file dialogs and the command line.
         alerts.informative.clear();
         auto start = Clock::now();
         rig.menus().loadSmfFile(QString::fromLocal8Bit(path.c_str()));
         const double desktop = secondsSince(start);
-        EXPECT_EQ(patterns.getPtnData().size(), before + (in.desktopMakes ? 1 : 0));
+        EXPECT_EQ(patterns().getPtnData().size(), before + (in.desktopMakes ? 1 : 0));
         const QString& said = alerts.informative;
         if (!in.desktopSays.empty()) {
             EXPECT_EQ(said.toStdString(), "Format error. The file " + in.desktopSays + ".");
