@@ -62,26 +62,23 @@ inline void type(QLineEdit* field, const QString& text) {
 }
 
 // Acts on the next modal widget of type T (a message box, a file dialog) from the event loop,
-// as soon as it is up, then stops looking.
+// as soon as it is up, then stops looking; or, `every` one, on each while it lives.
 template <class T>
 class WhenModal {
 public:
-    explicit WhenModal(std::function<void(T&)> act) : mAct(std::move(act)) {
-        QObject::connect(&mTimer, &QTimer::timeout, [this] {
+    explicit WhenModal(std::function<void(T&)> act, bool every = false) : mAct(std::move(act)) {
+        QObject::connect(&mTimer, &QTimer::timeout, [this, every] {
             T* widget = shownTopLevel<T>();
-            if (widget == nullptr || mDone) return;
-            mDone = true;
-            mTimer.stop();
+            if (widget == nullptr) return;
+            if (!every) mTimer.stop();
             mAct(*widget);
         });
         mTimer.start(5);
     }
-    bool done() const { return mDone; }
 
 private:
     std::function<void(T&)> mAct;
     QTimer mTimer;
-    bool mDone = false;
 };
 
 // Answers the next message box (an alert or a question) with the button named `button` and
@@ -101,7 +98,6 @@ public:
                             << mText.toStdString();
               box.reject();
           }) {}
-    bool answered() const { return mWhen.done(); }
     QString text() const { return mText; }
 
 private:
@@ -111,21 +107,13 @@ private:
 
 // Answers every message box with its first button as soon as it is up, and keeps the last one's
 // informative text.
-class EveryAlertAnswered {
-public:
-    EveryAlertAnswered() {
-        QObject::connect(&mTimer, &QTimer::timeout, [this] {
-            if (auto* box = shownTopLevel<QMessageBox>()) {
-                informative = box->informativeText();
-                box->buttons().constFirst()->click();
-            }
-        });
-        mTimer.start(5);
-    }
+struct EveryAlertAnswered {
     QString informative;
-
-private:
-    QTimer mTimer;
+    WhenModal<QMessageBox> answer{[this](QMessageBox& box) {
+                                      informative = box.informativeText();
+                                      box.buttons().constFirst()->click();
+                                  },
+                                  true};
 };
 
 // Chooses `path` in the next file dialog.
