@@ -148,14 +148,13 @@ public:
         mWindow->setPendingMidiFiles(options->midiFiles);
         // A question nobody answers fails the test instead of hanging it.
         QObject::connect(&mWatchdog, &QTimer::timeout, [this] {
-            QWidget* box = shownTopLevel<QMessageBox>();
+            QMessageBox* box = shownTopLevel<QMessageBox>();
             if (box != mUnanswered) {
                 mUnanswered = box;
                 mUnansweredFor.start();
             } else if (box != nullptr && mUnansweredFor.elapsed() > kUnansweredMs) {
-                ADD_FAILURE() << "unanswered: "
-                              << static_cast<QMessageBox*>(box)->text().toStdString();
-                static_cast<QMessageBox*>(box)->reject();
+                ADD_FAILURE() << "unanswered: " << box->text().toStdString();
+                box->reject();
             }
         });
         mWatchdog.start(100);
@@ -171,9 +170,6 @@ public:
         CEditNotify::clr();
         mWindow->close();  // lets the unit go, as quitting does
         waitUntil([this] { return !mSession->steps()->busy(); });
-        mWindow.reset();
-        mDelegate.reset();
-        mSession.reset();
     }
 
     app::CPtnEditViewController& window() { return *mWindow; }
@@ -190,14 +186,14 @@ public:
         return d != nullptr && d->isVisible() ? d : nullptr;
     }
     bool loaded() {
-        return Context::current().patterns().getActive() && !mSession->steps()->busy() &&
+        return patterns().getActive() && !mSession->steps()->busy() &&
                dialog("LoadVC") == nullptr && mWindow->windowTitle().startsWith("Tavrel [");
     }
     // Waits for the load sequence to end with `count` patterns, and gives the window back the
     // keyboard, which its loading sheet took.
     bool waitLoaded(std::size_t count = 0) {
-        const bool done = waitUntil(
-            [&] { return loaded() && Context::current().patterns().getPtnData().size() == count; });
+        const bool done =
+            waitUntil([&] { return loaded() && patterns().getPtnData().size() == count; });
         show();
         return done;
     }
@@ -218,7 +214,7 @@ private:
     static constexpr int kUnansweredMs = 5000;
     Context mContext;  // first made, last gone
     QTimer mWatchdog;
-    QPointer<QWidget> mUnanswered;
+    QPointer<QMessageBox> mUnanswered;
     QElapsedTimer mUnansweredFor;
     QTemporaryDir mStorage;
     std::unique_ptr<app::AppSession> mSession;

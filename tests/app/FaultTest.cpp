@@ -152,7 +152,6 @@ Inject resizedBy(int bytes) {
 }
 
 TEST(DesktopFaults, TheProgramSurvivesLosesNothingAndConnectsAgain) {
-    const AtomicFileWriter::Faults noWriterFaults;
     const Inject unplug = [](FaultRig& r) { r.unit().unplug(); };
     const Inject silent = [](FaultRig& r) { r.unit().faults().silent = true; };
     const Inject silentFromKits = [](FaultRig& r) {
@@ -205,7 +204,7 @@ TEST(DesktopFaults, TheProgramSurvivesLosesNothingAndConnectsAgain) {
             EXPECT_NE(rig.dialog(f.dialog), nullptr) << f.dialog;
         }
 
-        AtomicFileWriter::setFaultsForTesting(noWriterFaults);
+        AtomicFileWriter::setFaultsForTesting({});
         setReadOnly(rig.dataFolder(), false);
         setReadOnly(rig.patternFile(), false);
         const Bytes now = readBytes(rig.patternFile());
