@@ -3,14 +3,11 @@
 // port boxes with the built-in synthesizer.
 #include "AppRig.h"
 
-#include "app/AppOptions.h"
 #include "app/CMidiDeviceComboBox.h"
 #include "app/QtAlerts.h"
 #include "app/SynthOutput.h"
 #include "device/MidiLib.h"
 #include "files/CXMLFile.h"
-#include "model/CEditNotify.h"
-#include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"
 #include "playback/CSeqSim.h"
 #include "playback/DrumSynth.h"

@@ -3,10 +3,6 @@
 #include "AppRig.h"
 
 #include "app/QtAlerts.h"
-#include "device/CConnectionMgr.h"
-#include "device/LinkRunner.h"
-#include "model/CPatternMgr.h"
-#include "model/CPtnDataMgr.h"
 #include "views/CPatternEditView.h"
 #include "views/CPtnEditTableView.h"
 

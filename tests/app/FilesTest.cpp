@@ -4,8 +4,6 @@
 #include "AppRig.h"
 
 #include "app/QtAlerts.h"
-#include "model/CEditNotify.h"
-#include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"
 
 #include <QStatusBar>

@@ -16,7 +16,6 @@
 #include <QAbstractItemView>
 #include <QButtonGroup>
 #include <QComboBox>
-#include <QLineEdit>
 #include <QToolButton>
 #include <QUndoStack>
 

@@ -9,13 +9,7 @@
 #include "views/CVariationEditBaseView.h"
 #include "views/EditHistory.h"
 
-#include <gtest/gtest.h>
-
-#include <QLineEdit>
-#include <QTest>
 #include <QUndoStack>
-
-#include <memory>
 
 namespace tavrel::test {
 namespace {
