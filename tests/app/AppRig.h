@@ -105,6 +105,13 @@ private:
     WhenModal<QMessageBox> mWhen;
 };
 
+// The text of the message box that `act` raises, answered with `button`.
+inline QString alertOf(const std::function<void()>& act, const QString& button = "OK") {
+    const AlertAnswer answer(button);
+    act();
+    return answer.text();
+}
+
 // Answers every message box with its first button as soon as it is up, and keeps the last one's
 // informative text.
 struct EveryAlertAnswered {

@@ -33,11 +33,8 @@ TEST(DesktopCommands, EnablementFollowsThePatternCount) {
 
     // Deleting asks first; "Cancel" keeps the patterns.
     rig.window().mPtnEditTableView()->selectRow(49);
-    {
-        AlertAnswer cancel("Cancel");
-        QTest::mouseClick(remove, Qt::LeftButton);
-        EXPECT_EQ(cancel.text(), "Delete rhythm patterns.");
-    }
+    EXPECT_EQ(alertOf([&] { QTest::mouseClick(remove, Qt::LeftButton); }, "Cancel"),
+              "Delete rhythm patterns.");
     EXPECT_EQ(patterns().getPtnData().size(), 50u);
     AlertAnswer confirm("Delete");
     QTest::mouseClick(remove, Qt::LeftButton);
@@ -117,11 +114,7 @@ TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {
     ASSERT_TRUE(rig.waitLoaded());
     patterns().addPatternData();
     ASSERT_TRUE(CEditNotify::isEdited());
-    {
-        AlertAnswer cancel("Cancel");
-        rig.menus().onQuit();
-        EXPECT_EQ(cancel.text(), "Quit Tavrel.");
-    }
+    EXPECT_EQ(alertOf([&] { rig.menus().onQuit(); }, "Cancel"), "Quit Tavrel.");
     EXPECT_TRUE(rig.window().isVisible());
     EXPECT_TRUE(rig.unit().editorMode());
 

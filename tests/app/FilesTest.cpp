@@ -28,11 +28,7 @@ TEST(DesktopFiles, SaveThenLoadFromTheUnitAsksBeforeReplacingPatterns) {
     EXPECT_TRUE(fs::is_regular_file(note.mid(kept.size()).toStdString()));
     patterns().getPtnData()[0]->setTempo(150);
 
-    {
-        AlertAnswer cancel("Cancel");
-        rig.menus().openFile();
-        EXPECT_EQ(cancel.text(), "Load rhythm patterns.");
-    }
+    EXPECT_EQ(alertOf([&] { rig.menus().openFile(); }, "Cancel"), "Load rhythm patterns.");
     EXPECT_EQ(patterns().getPtnData()[0]->getTempo(), 150);
     AlertAnswer load("Load");
     rig.menus().openFile();
@@ -47,22 +43,13 @@ TEST(DesktopFiles, SaveThenLoadFromTheUnitAsksBeforeReplacingPatterns) {
                 QStringList({"Load rhythm patterns.", "Load rhythm patterns."}));
 }
 
-TEST(DesktopFiles, WithoutTheUnitsStorageLoadAndSaveSaySo) {
+TEST(DesktopFiles, LoadingFromTheUnitSaysWhenItsFileOrTheUnitIsMissing) {
     AppRig rig;
     ASSERT_TRUE(rig.waitLoaded());
     fs::remove(rig.dataFolder() / "RHYTHM.QL0");
-    {
-        AlertAnswer ok("OK");
-        rig.menus().openFile();
-        EXPECT_EQ(ok.text(), "User Pattern file not found.");
-    }
+    EXPECT_EQ(alertOf([&] { rig.menus().openFile(); }), "User Pattern file not found.");
     rig.unit().unplug();
-    for (void (app::AppDelegate::*command)() :
-         {&app::AppDelegate::openFile, &app::AppDelegate::saveFile}) {
-        AlertAnswer ok("OK");
-        (rig.menus().*command)();
-        EXPECT_EQ(ok.text(), "Unit not connected.");
-    }
+    EXPECT_EQ(alertOf([&] { rig.menus().openFile(); }), "Unit not connected.");
 }
 
 // Started without a unit and without patterns, the program cannot load a MIDI file, has nothing
@@ -83,11 +70,8 @@ TEST(DesktopFiles, WithoutAUnitPatternsComeOnlyByImportAndQuitClosesAll) {
     ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
     EXPECT_FALSE(rig.dialog("NoConnectVC")->findChild<QPushButton*>("exportButton")->isVisible());
     EXPECT_FALSE(rig.menus().getMenuOfExport()->isEnabled());
-    {
-        AlertAnswer ok("OK");
-        rig.menus().loadSmfFile(TAVREL_EXAMPLES_DIR "/rock-4-4.mid");
-        EXPECT_EQ(ok.text(), "Unit not connected.");
-    }
+    EXPECT_EQ(alertOf([&] { rig.menus().loadSmfFile(TAVREL_EXAMPLES_DIR "/rock-4-4.mid"); }),
+              "Unit not connected.");
     EXPECT_TRUE(patterns().getPtnData().empty());
 
     rig.menus().getMenuOfImport()->setEnabled(true);  // the dialog's own rules are tested apart
