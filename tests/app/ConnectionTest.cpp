@@ -12,17 +12,14 @@
 namespace tavrel::test {
 namespace {
 
-QString status(app::CPtnEditViewController& window) {
-    return window.findChild<QLabel*>("unitStatus")->text();
-}
-
 TEST(DesktopConnection, StartUpLoadsTheUnitAndTheMidiFilesNamed) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
     ASSERT_TRUE(rig.waitLoaded(2));
     EXPECT_TRUE(rig.unit().editorMode());
     EXPECT_TRUE(rig.unit().mounted());
     EXPECT_EQ(rig.window().windowTitle(), "Tavrel [1]");
-    EXPECT_EQ(status(rig.window()), "QL-900 connected, storage mounted");
+    EXPECT_EQ(rig.window().findChild<QLabel*>("unitStatus")->text(),
+              "QL-900 connected, storage mounted");
     const QAbstractItemModel* list = rig.window().mPtnEditTableView()->model();
     EXPECT_EQ(list->rowCount(), 2);
     EXPECT_EQ(list->index(0, 0).data(), "rock-4-4");
@@ -52,7 +49,7 @@ TEST(DesktopConnection, UnpluggedWhilePlayingStopsAndAsksOnceThenLoadsWhenBack) 
     EXPECT_TRUE(rig.dialog("NoConnectVC")->findChild<QPushButton*>("exportButton")->isVisible());
     EXPECT_TRUE(rig.menus().getMenuOfExport()->isEnabled());
     EXPECT_FALSE(rig.menus().getMenuOfSmfLoad()->isEnabled());
-    EXPECT_EQ(status(rig.window()), "No unit connected");
+    EXPECT_EQ(rig.window().findChild<QLabel*>("unitStatus")->text(), "No unit connected");
 
     ASSERT_TRUE(rig.unit().plugIn());
     ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") == nullptr && rig.loaded(); }));
