@@ -81,35 +81,23 @@ private:
     QTimer mTimer;
 };
 
-// Answers the next message box (an alert or a question) with the button named `button` and
-// remembers its text.
-class AlertAnswer {
-public:
-    explicit AlertAnswer(const QString& button)
-        : mWhen([this, button](QMessageBox& box) {
-              mText = box.text();
-              for (QAbstractButton* b : box.buttons()) {
-                  if (b->text().remove('&') == button) {
-                      b->click();
-                      return;
-                  }
-              }
-              ADD_FAILURE() << "no button " << button.toStdString() << " on "
-                            << mText.toStdString();
-              box.reject();
-          }) {}
-    QString text() const { return mText; }
-
-private:
-    QString mText;
-    WhenModal<QMessageBox> mWhen;
-};
-
-// The text of the message box that `act` raises, answered with `button`.
+// The text of the message box (an alert or a question) that `act` raises, answered with the
+// button named `button`.
 inline QString alertOf(const std::function<void()>& act, const QString& button = "OK") {
-    const AlertAnswer answer(button);
+    QString text;
+    const WhenModal<QMessageBox> answer([&](QMessageBox& box) {
+        text = box.text();
+        for (QAbstractButton* b : box.buttons()) {
+            if (b->text().remove('&') == button) {
+                b->click();
+                return;
+            }
+        }
+        ADD_FAILURE() << "no button " << button.toStdString() << " on " << text.toStdString();
+        box.reject();
+    });
     act();
-    return answer.text();
+    return text;
 }
 
 // Answers every message box with its first button as soon as it is up, and keeps the last one's
@@ -124,17 +112,12 @@ struct EveryAlertAnswered {
 };
 
 // Chooses `path` in the next file dialog.
-class FileChoice {
-public:
-    explicit FileChoice(const QString& path)
-        : mWhen([path](QFileDialog& dialog) {
-              dialog.selectFile(path);
-              static_cast<QDialog&>(dialog).accept();  // QFileDialog's own, as its button does
-          }) {}
-
-private:
-    WhenModal<QFileDialog> mWhen;
-};
+inline WhenModal<QFileDialog> fileChoice(const QString& path) {
+    return WhenModal<QFileDialog>([path](QFileDialog& dialog) {
+        dialog.selectFile(path);
+        static_cast<QDialog&>(dialog).accept();  // QFileDialog's own, as its button does
+    });
+}
 
 class AppRig {
 public:

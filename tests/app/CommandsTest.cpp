@@ -38,8 +38,7 @@ TEST(DesktopCommands, EnablementFollowsThePatternCount) {
     EXPECT_EQ(alertOf([&] { QTest::mouseClick(remove, Qt::LeftButton); }, "Cancel"),
               "Delete rhythm patterns.");
     EXPECT_EQ(patterns().getPtnData().size(), 50u);
-    AlertAnswer confirm("Delete");
-    QTest::mouseClick(remove, Qt::LeftButton);
+    alertOf([&] { QTest::mouseClick(remove, Qt::LeftButton); }, "Delete");
     EXPECT_EQ(patterns().getPtnData().size(), 49u);
     EXPECT_TRUE(rig.menus().getMenuOfSmfLoad()->isEnabled());
 }
@@ -105,10 +104,11 @@ TEST(DesktopCommands, ApplyNamesTheChosenMemoryAndWithoutTheUnitSaysSo) {
     // The worker's alert is shown on the UI thread and answered before the dialog closes.
     rig.menus().getMenuOfApply()->trigger();
     rig.unit().unplug();
-    AlertAnswer ok("OK");
-    rig.click("CApplyVC", "execButton");
-    ASSERT_TRUE(waitUntil([&] { return rig.dialog("CApplyVC") == nullptr; }));
-    EXPECT_EQ(ok.text(), "Device not connected.");
+    const auto apply = [&] {
+        rig.click("CApplyVC", "execButton");
+        ASSERT_TRUE(waitUntil([&] { return rig.dialog("CApplyVC") == nullptr; }));
+    };
+    EXPECT_EQ(alertOf(apply), "Device not connected.");
 }
 
 TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {

@@ -136,8 +136,7 @@ TEST(DesktopFiles, SaveThenLoadFromTheUnitAsksBeforeReplacingPatterns) {
 
     EXPECT_EQ(alertOf([&] { rig.menus().openFile(); }, "Cancel"), "Load rhythm patterns.");
     EXPECT_EQ(patterns().getPtnData()[0]->getTempo(), 150);
-    AlertAnswer load("Load");
-    rig.menus().openFile();
+    EXPECT_EQ(alertOf([&] { rig.menus().openFile(); }, "Load"), "Load rhythm patterns.");
     ASSERT_EQ(patterns().getPtnData().size(), 2u);
     EXPECT_EQ(patterns().getPtnData()[0]->getTempo(), 99);
 
@@ -166,7 +165,7 @@ TEST(DesktopFiles, WithoutAUnitPatternsComeOnlyByImportAndQuitClosesAll) {
     {
         AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
         ASSERT_TRUE(rig.waitLoaded(2));
-        const FileChoice choose(file);
+        const auto choose = fileChoice(file);
         QTest::keyClick(&rig.window(), Qt::Key_E, Qt::ControlModifier);
         ASSERT_TRUE(fs::exists(file.toStdString()));
     }
@@ -181,7 +180,7 @@ TEST(DesktopFiles, WithoutAUnitPatternsComeOnlyByImportAndQuitClosesAll) {
     EXPECT_TRUE(patterns().getPtnData().empty());
 
     rig.menus().getMenuOfImport()->setEnabled(true);  // the dialog's own rules are tested apart
-    const FileChoice choose(file);
+    const auto choose = fileChoice(file);
     rig.menus().importData();
     ASSERT_EQ(patterns().getPtnData().size(), 2u);
     EXPECT_EQ(QString::fromStdString(patterns().getPtnData()[1]->getName()).trimmed(), "fill-4-4");

@@ -24,7 +24,6 @@
 namespace tavrel::test {
 namespace {
 
-namespace fs = std::filesystem;
 using sim::UnitStep;
 
 constexpr std::size_t kPatternFileSize = 2'009'212;

@@ -187,7 +187,7 @@ TEST(HeaderEditorWithoutAPattern, IsEmptyUntilTheLoadButtonBringsOne) {
     QTest::mouseClick(view.mPlaySw(), Qt::LeftButton);
     EXPECT_FALSE(view.playing());
 
-    const FileChoice file(TAVREL_EXAMPLES_DIR "/rock-4-4.mid");
+    const auto choose = fileChoice(TAVREL_EXAMPLES_DIR "/rock-4-4.mid");
     QTest::mouseClick(view.findChild<QPushButton*>("loadButton"), Qt::LeftButton);
     ASSERT_TRUE(waitUntil([] { return current() != nullptr; }));
     EXPECT_EQ(view.name()->text(), "rock-4-4");

@@ -111,8 +111,8 @@ TEST(PatternList, DragsKeyMovesDeletesAndLoadsUndoAndRedo) {
     };
     const auto remove = [&] {
         list.select({1, 3});
-        AlertAnswer yes("Delete");
-        QTest::mouseClick(list.rig.window().findChild<QPushButton*>("mDelButton"), Qt::LeftButton);
+        QWidget* button = list.rig.window().findChild<QPushButton*>("mDelButton");
+        alertOf([&] { QTest::mouseClick(button, Qt::LeftButton); }, "Delete");
         list.rig.show();  // the keys go to the window again, not to the closed question
     };
     const auto load = [&] {
