@@ -128,7 +128,7 @@ TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {
 TEST(DesktopCommands, CommandLine) {
     struct Case {
         QStringList args;
-        bool ok;
+        bool ok = false;
     } cases[] = {
         {{"--simulate=QL-414XE3", "--held", "--slow", "20", "a.mid"}, true},
         {{"--screenshot=out.png", "--volume-root", "/tmp"}, true},
@@ -228,7 +228,7 @@ using app::StoredPorts;
 using Kind = StoredPorts::Choice::Kind;
 
 QString portsFile(const QTemporaryDir& folder, const QByteArray& text) {
-    const QString path = folder.filePath("ports.conf");
+    QString path = folder.filePath("ports.conf");
     QFile file(path);
     EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
     file.write(text);
@@ -237,7 +237,7 @@ QString portsFile(const QTemporaryDir& folder, const QByteArray& text) {
 
 TEST(StoredPorts, OnlyAnIndexOrTheSynthesizerIsAChoice) {
     const struct {
-        const char* text;
+        const char* text = nullptr;
         StoredPorts::Choice choice;
     } cases[] = {
         {"[General]\nMIDI_IN=2\n", {Kind::Port, 2}},

@@ -272,7 +272,7 @@ struct BadInput {
 };
 
 fs::path make(const fs::path& dir, const BadInput& in) {
-    const fs::path path = dir / in.file;
+    fs::path path = dir / in.file;
     if (in.kind == kFile || in.kind == kSparse100MB) writeBytes(path, in.bytes);
     if (in.kind == kSparse100MB) fs::resize_file(path, 100ull << 20);
     if (in.kind == kFolder) fs::create_directory(path);
