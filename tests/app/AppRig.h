@@ -62,7 +62,7 @@ inline void type(QLineEdit* field, const QString& text) {
 }
 
 // Acts on the next modal widget of type T (a message box, a file dialog) from the event loop,
-// as soon as it is up, then stops looking; or, `every` one, on each while it lives.
+// as soon as it is up, then stops looking; with `every`, on each one for as long as it lives.
 template <class T>
 class WhenModal {
 public:
