@@ -210,15 +210,6 @@ protected:
             out.emplace_back(lane.name, lane.hits);
         return out;
     }
-    // The x of every column of `image` whose pixel on row `y` has the highlight colour.
-    std::vector<int> highlighted(const QImage& image, int y) const {
-        const QRgb mark = view->palette().color(QPalette::Highlight).rgb();
-        std::vector<int> xs;
-        for (int x = 0; x < image.width(); ++x) {
-            if (image.pixel(x, y) == mark) xs.push_back(x);
-        }
-        return xs;
-    }
 
     PreviewRig rig;
     std::unique_ptr<views::CPhraseDrawView> view;
@@ -252,6 +243,7 @@ TEST_F(PhraseDrawViewTest, PlayLineFollowsTheSequencerOnScreen) {
     view->show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(view.get()));
     const int y = view->height() - 10;  // across the lanes
+    const QRgb mark = view->palette().color(QPalette::Highlight).rgb();
     // Where the line is on screen after the sequencer has moved `ticks` on. Between two
     // moves the view repaints only the strips the line leaves and enters, so a strip left
     // unpainted shows as a second line.
@@ -259,7 +251,11 @@ TEST_F(PhraseDrawViewTest, PlayLineFollowsTheSequencerOnScreen) {
         rig.seq->comeTick(ticks);
         view->setNeedsDisplay();
         QTest::qWait(0);
-        const auto line = highlighted(view->screen()->grabWindow(view->winId()).toImage(), y);
+        const QImage shot = view->screen()->grabWindow(view->winId()).toImage();
+        std::vector<int> line;  // the columns in the highlight colour
+        for (int x = 0; x < shot.width(); ++x) {
+            if (shot.pixel(x, y) == mark) line.push_back(x);
+        }
         if (line.empty()) return std::nullopt;
         EXPECT_LE(line.back() - line.front(), 3) << "one line, not two";
         return line.front();
