@@ -288,13 +288,12 @@ TEST(BadInput, EveryBadFileOrPathIsAnsweredAtOnceByTheProgramAndTheTool) {
     const ScratchFolder dir;
     // The tool refuses a header it cannot take; the desktop goes on without a word and keeps
     // the new pattern's initial 16 empty bars, as its loader always has.
-    const std::string notSmf = "not a Standard MIDI File";
     const std::string tooLarge = "is larger than 64 MiB, the most a MIDI file may be";
     const std::string tooLong = "cannot be read: File name too long";
     const std::string notRegular = "is not a regular file";
     const std::string longName = std::string(296, 'n') + ".mid";
     const BadInput inputs[] = {
-        {"empty", "empty.mid", kFile, {}, "", true, notSmf},
+        {"empty", "empty.mid", kFile, {}, "", true, "not a Standard MIDI File"},
         {"100 MB sparse", "huge.mid", kSparse100MB, oneBar(1, 96), tooLarge, false, tooLarge},
         {"65535 tracks declared", "tracks.mid", kFile, oneBar(65535, 96), "", true, ""},
         {"division 0", "div0.mid", kFile, oneBar(1, 0), "", true, ""},
