@@ -20,6 +20,7 @@
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
@@ -30,7 +31,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 namespace tavrel::test {
 
@@ -48,75 +48,84 @@ inline bool waitUntil(const std::function<bool()>& done, int ms = 10000) {
     return QTest::qWaitFor(done, ms);
 }
 
+inline CPatternMgr& patterns() {
+    return Context::current().patterns();
+}
+
+// Replaces the field's text as a user does, and confirms it with Return.
+inline void type(QLineEdit* field, const QString& text) {
+    field->setFocus();
+    field->selectAll();
+    QTest::keyClick(field, Qt::Key_Backspace);
+    QTest::keyClicks(field, text);
+    QTest::keyClick(field, Qt::Key_Return);
+}
+
 // Acts on the next modal widget of type T (a message box, a file dialog) from the event loop,
-// as soon as it is up, then stops looking.
+// as soon as it is up, then stops looking; with `every`, on each one for as long as it lives.
 template <class T>
 class WhenModal {
 public:
-    explicit WhenModal(std::function<void(T&)> act) : mAct(std::move(act)) {
-        QObject::connect(&mTimer, &QTimer::timeout, [this] {
+    explicit WhenModal(std::function<void(T&)> act, bool every = false) : mAct(std::move(act)) {
+        QObject::connect(&mTimer, &QTimer::timeout, [this, every] {
             T* widget = shownTopLevel<T>();
-            if (widget == nullptr || mDone) return;
-            mDone = true;
-            mTimer.stop();
+            if (widget == nullptr) return;
+            if (!every) mTimer.stop();
             mAct(*widget);
         });
         mTimer.start(5);
     }
-    bool done() const { return mDone; }
 
 private:
     std::function<void(T&)> mAct;
     QTimer mTimer;
-    bool mDone = false;
 };
 
-// Answers the next message box (an alert or a question) with the button named `button` and
-// remembers its text.
-class AlertAnswer {
-public:
-    explicit AlertAnswer(const QString& button)
-        : mWhen([this, button](QMessageBox& box) {
-              mText = box.text();
-              for (QAbstractButton* b : box.buttons()) {
-                  if (b->text().remove('&') == button) {
-                      b->click();
-                      return;
-                  }
-              }
-              ADD_FAILURE() << "no button " << button.toStdString() << " on "
-                            << mText.toStdString();
-              box.reject();
-          }) {}
-    bool answered() const { return mWhen.done(); }
-    QString text() const { return mText; }
+// The text of the message box (an alert or a question) that `act` raises, answered with the
+// button named `button`.
+inline QString alertOf(const std::function<void()>& act, const QString& button = "OK") {
+    QString text;
+    const WhenModal<QMessageBox> answer([&](QMessageBox& box) {
+        text = box.text();
+        for (QAbstractButton* b : box.buttons()) {
+            if (b->text().remove('&') == button) {
+                b->click();
+                return;
+            }
+        }
+        ADD_FAILURE() << "no button " << button.toStdString() << " on " << text.toStdString();
+        box.reject();
+    });
+    act();
+    return text;
+}
 
-private:
-    QString mText;
-    WhenModal<QMessageBox> mWhen;
+// Answers every message box with its first button as soon as it is up, and keeps the last one's
+// informative text.
+struct EveryAlertAnswered {
+    QString informative;
+    WhenModal<QMessageBox> answer{[this](QMessageBox& box) {
+                                      informative = box.informativeText();
+                                      box.buttons().constFirst()->click();
+                                  },
+                                  true};
 };
 
 // Chooses `path` in the next file dialog.
-class FileChoice {
-public:
-    explicit FileChoice(const QString& path)
-        : mWhen([path](QFileDialog& dialog) {
-              dialog.selectFile(path);
-              static_cast<QDialog&>(dialog).accept();  // QFileDialog's own, as its button does
-          }) {}
-
-private:
-    WhenModal<QFileDialog> mWhen;
-};
+inline WhenModal<QFileDialog> fileChoice(const QString& path) {
+    return WhenModal<QFileDialog>([path](QFileDialog& dialog) {
+        dialog.selectFile(path);
+        static_cast<QDialog&>(dialog).accept();  // QFileDialog's own, as its button does
+    });
+}
 
 class AppRig {
 public:
     using OptionsEdit = std::function<void(app::AppOptions&)>;
 
-    // `args` as on the command line, --simulate and a fresh storage folder added.
-    explicit AppRig(QStringList args = {}, bool show = true) : AppRig(std::move(args), show, {}) {}
-    // The same, with what the command line cannot say set by `edit` (a manual clock).
-    AppRig(QStringList args, bool show, const OptionsEdit& edit) {
+    // `args` as on the command line, --simulate and a fresh storage folder added; what the
+    // command line cannot say (a manual clock) is set by `edit`.
+    explicit AppRig(QStringList args = {}, bool show = true, const OptionsEdit& edit = {}) {
         QString error;
         args << "--simulate"
              << "--sim-storage" << mStorage.path();
@@ -129,14 +138,13 @@ public:
         mWindow->setPendingMidiFiles(options->midiFiles);
         // A question nobody answers fails the test instead of hanging it.
         QObject::connect(&mWatchdog, &QTimer::timeout, [this] {
-            QWidget* box = shownTopLevel<QMessageBox>();
+            QMessageBox* box = shownTopLevel<QMessageBox>();
             if (box != mUnanswered) {
                 mUnanswered = box;
                 mUnansweredFor.start();
             } else if (box != nullptr && mUnansweredFor.elapsed() > kUnansweredMs) {
-                ADD_FAILURE() << "unanswered: "
-                              << static_cast<QMessageBox*>(box)->text().toStdString();
-                static_cast<QMessageBox*>(box)->reject();
+                ADD_FAILURE() << "unanswered: " << box->text().toStdString();
+                box->reject();
             }
         });
         mWatchdog.start(100);
@@ -152,9 +160,6 @@ public:
         CEditNotify::clr();
         mWindow->close();  // lets the unit go, as quitting does
         waitUntil([this] { return !mSession->steps()->busy(); });
-        mWindow.reset();
-        mDelegate.reset();
-        mSession.reset();
     }
 
     app::CPtnEditViewController& window() { return *mWindow; }
@@ -171,14 +176,14 @@ public:
         return d != nullptr && d->isVisible() ? d : nullptr;
     }
     bool loaded() {
-        return Context::current().patterns().getActive() && !mSession->steps()->busy() &&
+        return patterns().getActive() && !mSession->steps()->busy() &&
                dialog("LoadVC") == nullptr && mWindow->windowTitle().startsWith("Tavrel [");
     }
     // Waits for the load sequence to end with `count` patterns, and gives the window back the
     // keyboard, which its loading sheet took.
     bool waitLoaded(std::size_t count = 0) {
-        const bool done = waitUntil(
-            [&] { return loaded() && Context::current().patterns().getPtnData().size() == count; });
+        const bool done =
+            waitUntil([&] { return loaded() && patterns().getPtnData().size() == count; });
         show();
         return done;
     }
@@ -199,7 +204,7 @@ private:
     static constexpr int kUnansweredMs = 5000;
     Context mContext;  // first made, last gone
     QTimer mWatchdog;
-    QPointer<QWidget> mUnanswered;
+    QPointer<QMessageBox> mUnanswered;
     QElapsedTimer mUnansweredFor;
     QTemporaryDir mStorage;
     std::unique_ptr<app::AppSession> mSession;

@@ -1,16 +1,14 @@
 // The menu commands and the window's own controls: enablement, keys, delete, Apply and Apply
-// All writing the unit's files, quitting with and without edits, the command line and the MIDI
-// port boxes with the built-in synthesizer.
+// All writing the unit's files, quitting with and without edits, the command line, and the MIDI
+// port boxes with the built-in synthesizer and the settings file they keep their choice in.
 #include "AppRig.h"
 
-#include "app/AppOptions.h"
 #include "app/CMidiDeviceComboBox.h"
 #include "app/QtAlerts.h"
+#include "app/StoredPorts.h"
 #include "app/SynthOutput.h"
 #include "device/MidiLib.h"
 #include "files/CXMLFile.h"
-#include "model/CEditNotify.h"
-#include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"
 #include "playback/CSeqSim.h"
 #include "playback/DrumSynth.h"
@@ -18,16 +16,13 @@
 #include "views/CPatternEditView.h"
 #include "views/CPtnEditTableView.h"
 
+#include <QFile>
 #include <QLabel>
 #include <QSettings>
 #include <QStatusBar>
 
 namespace tavrel::test {
 namespace {
-
-CPatternMgr& patterns() {
-    return Context::current().patterns();
-}
 
 TEST(DesktopCommands, EnablementFollowsThePatternCount) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
@@ -40,14 +35,10 @@ TEST(DesktopCommands, EnablementFollowsThePatternCount) {
 
     // Deleting asks first; "Cancel" keeps the patterns.
     rig.window().mPtnEditTableView()->selectRow(49);
-    {
-        AlertAnswer cancel("Cancel");
-        QTest::mouseClick(remove, Qt::LeftButton);
-        EXPECT_EQ(cancel.text(), "Delete rhythm patterns.");
-    }
+    EXPECT_EQ(alertOf([&] { QTest::mouseClick(remove, Qt::LeftButton); }, "Cancel"),
+              "Delete rhythm patterns.");
     EXPECT_EQ(patterns().getPtnData().size(), 50u);
-    AlertAnswer confirm("Delete");
-    QTest::mouseClick(remove, Qt::LeftButton);
+    alertOf([&] { QTest::mouseClick(remove, Qt::LeftButton); }, "Delete");
     EXPECT_EQ(patterns().getPtnData().size(), 49u);
     EXPECT_TRUE(rig.menus().getMenuOfSmfLoad()->isEnabled());
 }
@@ -77,7 +68,7 @@ TEST(DesktopCommands, VariationAndPlayKeys) {
     EXPECT_FALSE(rig.window().mPtnEditVeiw()->playing());
 }
 
-TEST(DesktopCommands, ApplyAllWritesThePatternFileAndEveryMemory) {
+TEST(DesktopCommands, ApplyAllWritesEveryMemoryAndApplyTheChosenOneOrSaysTheUnitIsGone) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
     ASSERT_TRUE(rig.waitLoaded(2));
     patterns().getPtnData()[0]->setKitNum(7);
@@ -98,11 +89,8 @@ TEST(DesktopCommands, ApplyAllWritesThePatternFileAndEveryMemory) {
         EXPECT_EQ(written.getTempoFromMem(m, 351), 1410) << m;
     }
     EXPECT_TRUE(rig.session().alerts().shown().isEmpty());
-}
 
-TEST(DesktopCommands, ApplyNamesTheChosenMemoryAndWithoutTheUnitSaysSo) {
-    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
-    ASSERT_TRUE(rig.waitLoaded(1));
+    std::filesystem::remove(rig.dataFolder() / "RHYTHM.QL0");
     rig.menus().getMenuOfApply()->trigger();
     rig.dialog("CApplyVC")->findChild<QComboBox*>("mComboBox")->setCurrentIndex(2);
     rig.click("CApplyVC", "execButton");
@@ -113,10 +101,11 @@ TEST(DesktopCommands, ApplyNamesTheChosenMemoryAndWithoutTheUnitSaysSo) {
     // The worker's alert is shown on the UI thread and answered before the dialog closes.
     rig.menus().getMenuOfApply()->trigger();
     rig.unit().unplug();
-    AlertAnswer ok("OK");
-    rig.click("CApplyVC", "execButton");
-    ASSERT_TRUE(waitUntil([&] { return rig.dialog("CApplyVC") == nullptr; }));
-    EXPECT_EQ(ok.text(), "Device not connected.");
+    const auto apply = [&] {
+        rig.click("CApplyVC", "execButton");
+        ASSERT_TRUE(waitUntil([&] { return rig.dialog("CApplyVC") == nullptr; }));
+    };
+    EXPECT_EQ(alertOf(apply), "Device not connected.");
 }
 
 TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {
@@ -124,11 +113,7 @@ TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {
     ASSERT_TRUE(rig.waitLoaded());
     patterns().addPatternData();
     ASSERT_TRUE(CEditNotify::isEdited());
-    {
-        AlertAnswer cancel("Cancel");
-        rig.menus().onQuit();
-        EXPECT_EQ(cancel.text(), "Quit Tavrel.");
-    }
+    EXPECT_EQ(alertOf([&] { rig.menus().onQuit(); }, "Cancel"), "Quit Tavrel.");
     EXPECT_TRUE(rig.window().isVisible());
     EXPECT_TRUE(rig.unit().editorMode());
 
@@ -140,21 +125,10 @@ TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {
     EXPECT_FALSE(rig.unit().mounted());
 }
 
-TEST(DesktopCommands, ImportNeedsNoUnitAndLoadingAMidiFileDoes) {
-    AppRig rig({}, false);
-    rig.unit().unplug();
-    rig.show();
-    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
-    AlertAnswer ok("OK");
-    rig.menus().loadSmfFile(TAVREL_EXAMPLES_DIR "/rock-4-4.mid");
-    EXPECT_EQ(ok.text(), "Unit not connected.");
-    EXPECT_TRUE(patterns().getPtnData().empty());
-}
-
 TEST(DesktopCommands, CommandLine) {
     struct Case {
         QStringList args;
-        bool ok;
+        bool ok = false;
     } cases[] = {
         {{"--simulate=QL-414XE3", "--held", "--slow", "20", "a.mid"}, true},
         {{"--screenshot=out.png", "--volume-root", "/tmp"}, true},
@@ -203,12 +177,6 @@ TEST(DesktopCommands, MidiPortBoxesRememberTheIndexChosen) {
     EXPECT_EQ(other.count(), 0);
 }
 
-}  // namespace
-}  // namespace tavrel::test
-
-namespace tavrel::test {
-namespace {
-
 // The synthesizer is chosen in the dialog's output box, hears the pattern's kit and is chosen
 // again at the next start; a port brings the preview back to MIDI.
 TEST(DesktopCommands, BuiltInSynthesizerIsAnOutputBesideThePorts) {
@@ -254,6 +222,56 @@ TEST(DesktopCommands, BuiltInSynthesizerIsAnOutputBesideThePorts) {
     EXPECT_EQ(QSettings().value("MIDI_OUT").toInt(), 0);
     EXPECT_TRUE(driver->isHidden());
     QSettings().remove("MIDI_OUT");
+}
+
+using app::StoredPorts;
+using Kind = StoredPorts::Choice::Kind;
+
+QString portsFile(const QTemporaryDir& folder, const QByteArray& text) {
+    QString path = folder.filePath("ports.conf");
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(text);
+    return path;
+}
+
+TEST(StoredPorts, OnlyAnIndexOrTheSynthesizerIsAChoice) {
+    const struct {
+        const char* text = nullptr;
+        StoredPorts::Choice choice;
+    } cases[] = {
+        {"[General]\nMIDI_IN=2\n", {Kind::Port, 2}},
+        {"MIDI_IN = 0 \r\n[Window]\nMIDI_IN=4\n", {Kind::Port, 0}},
+        {"[General]\nMIDI_IN=Synth\n", {Kind::Synth}},
+        {"[General]\nMIDI_IN=\"Synth\"\n", {Kind::Synth}},
+        {"[General]\nMIDI_IN=-1\n", {}},
+        {"[General]\nMIDI_IN=abc\n", {}},
+        {"[General]\nMIDI_IN=99999999999\n", {}},
+        {"[General]\nMIDI_IN=1, 2\n", {}},
+        {"[General]\nMIDI_IN=@Variant(\\0\\0\\0\\0\tJ\\0\\0\\0\\0\\0\\0\\x35)\n", {}},
+        {"[General]\nmidi_in=3\n;MIDI_IN=3\n", {}},
+        {"[Other]\nMIDI_IN=3\n", {}},
+        {"", {}},
+    };
+    const QTemporaryDir folder;
+    for (const auto& c : cases) {
+        const StoredPorts ports(portsFile(folder, c.text), "Synth");
+        EXPECT_EQ(ports.read("MIDI_IN"), c.choice) << c.text;
+    }
+}
+
+TEST(StoredPorts, StoringAChoiceKeepsTheOtherLines) {
+    const QTemporaryDir folder;
+    const QString path = portsFile(folder, "[Window]\nsize=3\n[General]\nMIDI_OUT=1\nMIDI_IN=x\n");
+    StoredPorts ports(path, "Synth");
+    ASSERT_TRUE(ports.storePort("MIDI_IN", 4));
+    ASSERT_TRUE(ports.storeSynth("MIDI_OUT"));
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), "[Window]\nsize=3\n[General]\nMIDI_OUT=Synth\nMIDI_IN=4\n");
+    StoredPorts fresh(folder.filePath("new/tavrel.conf"), "Synth");
+    ASSERT_TRUE(fresh.storePort("MIDI_OUT", 0));
+    EXPECT_EQ(fresh.read("MIDI_OUT"), (StoredPorts::Choice{Kind::Port, 0}));
 }
 
 }  // namespace

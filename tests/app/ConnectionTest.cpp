@@ -1,11 +1,10 @@
 // Start-up, the load sequence and the connection dialogs, each raised once per episode and
-// closed when its condition ends, driven through the real window and dialogs.
+// closed when its condition ends; the unit's pattern file loaded and saved, and pattern files
+// exported and imported, with the questions, alerts and notes on the way. All through the real
+// window and dialogs.
 #include "AppRig.h"
 
 #include "app/QtAlerts.h"
-#include "device/CConnectionMgr.h"
-#include "device/LinkRunner.h"
-#include "model/CPatternMgr.h"
 #include "model/CPtnDataMgr.h"
 #include "views/CPatternEditView.h"
 #include "views/CPtnEditTableView.h"
@@ -13,12 +12,12 @@
 #include <QLabel>
 #include <QStatusBar>
 
+#include <filesystem>
+
 namespace tavrel::test {
 namespace {
 
-QString status(app::CPtnEditViewController& window) {
-    return window.findChild<QLabel*>("unitStatus")->text();
-}
+namespace fs = std::filesystem;
 
 TEST(DesktopConnection, StartUpLoadsTheUnitAndTheMidiFilesNamed) {
     AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
@@ -26,7 +25,8 @@ TEST(DesktopConnection, StartUpLoadsTheUnitAndTheMidiFilesNamed) {
     EXPECT_TRUE(rig.unit().editorMode());
     EXPECT_TRUE(rig.unit().mounted());
     EXPECT_EQ(rig.window().windowTitle(), "Tavrel [1]");
-    EXPECT_EQ(status(rig.window()), "QL-900 connected, storage mounted");
+    EXPECT_EQ(rig.window().findChild<QLabel*>("unitStatus")->text(),
+              "QL-900 connected, storage mounted");
     const QAbstractItemModel* list = rig.window().mPtnEditTableView()->model();
     EXPECT_EQ(list->rowCount(), 2);
     EXPECT_EQ(list->index(0, 0).data(), "rock-4-4");
@@ -56,21 +56,12 @@ TEST(DesktopConnection, UnpluggedWhilePlayingStopsAndAsksOnceThenLoadsWhenBack) 
     EXPECT_TRUE(rig.dialog("NoConnectVC")->findChild<QPushButton*>("exportButton")->isVisible());
     EXPECT_TRUE(rig.menus().getMenuOfExport()->isEnabled());
     EXPECT_FALSE(rig.menus().getMenuOfSmfLoad()->isEnabled());
-    EXPECT_EQ(status(rig.window()), "No unit connected");
+    EXPECT_EQ(rig.window().findChild<QLabel*>("unitStatus")->text(), "No unit connected");
 
     ASSERT_TRUE(rig.unit().plugIn());
     ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") == nullptr && rig.loaded(); }));
     EXPECT_TRUE(rig.unit().mounted());
     EXPECT_TRUE(rig.menus().getMenuOfSmfLoad()->isEnabled());
-}
-
-TEST(DesktopConnection, NoConnectHidesExportWithoutPatterns) {
-    AppRig rig({}, false);
-    rig.unit().unplug();
-    rig.show();
-    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
-    EXPECT_FALSE(rig.dialog("NoConnectVC")->findChild<QPushButton*>("exportButton")->isVisible());
-    EXPECT_FALSE(rig.menus().getMenuOfExport()->isEnabled());
 }
 
 TEST(DesktopConnection, UnmountingShowsTheUnmountDialogOnceAndMountLoadsAgain) {
@@ -128,6 +119,76 @@ TEST(DesktopConnection, AStorageThatNeverCameIsMountedAgainFromTheUnmountDialog)
     rig.click("ShowUnmountVC", "mountButton");
     ASSERT_TRUE(waitUntil([&] { return rig.dialog("ShowUnmountVC") == nullptr && rig.loaded(); }));
     EXPECT_TRUE(rig.unit().mounted());
+}
+
+TEST(DesktopFiles, SaveThenLoadFromTheUnitAsksBeforeReplacingPatterns) {
+    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
+    ASSERT_TRUE(rig.waitLoaded(2));
+    patterns().getPtnData()[0]->setTempo(99);
+    QTest::keyClick(&rig.window(), Qt::Key_S, Qt::ControlModifier);
+    EXPECT_FALSE(CEditNotify::isEdited());
+    // The status bar says once where the file it replaced is kept.
+    const QString kept = "The RHYTHM.QL0 it replaced is kept at ";
+    const QString note = rig.window().statusBar()->currentMessage();
+    ASSERT_TRUE(note.startsWith(kept)) << note.toStdString();
+    EXPECT_TRUE(fs::is_regular_file(note.mid(kept.size()).toStdString()));
+    patterns().getPtnData()[0]->setTempo(150);
+
+    EXPECT_EQ(alertOf([&] { rig.menus().openFile(); }, "Cancel"), "Load rhythm patterns.");
+    EXPECT_EQ(patterns().getPtnData()[0]->getTempo(), 150);
+    EXPECT_EQ(alertOf([&] { rig.menus().openFile(); }, "Load"), "Load rhythm patterns.");
+    ASSERT_EQ(patterns().getPtnData().size(), 2u);
+    EXPECT_EQ(patterns().getPtnData()[0]->getTempo(), 99);
+
+    // With no patterns the file is read without a question.
+    patterns().clearAllPtnData();
+    rig.menus().openFile();
+    EXPECT_EQ(patterns().getPtnData().size(), 2u);
+    EXPECT_TRUE(rig.session().alerts().shown() ==
+                QStringList({"Load rhythm patterns.", "Load rhythm patterns."}));
+}
+
+TEST(DesktopFiles, LoadingFromTheUnitSaysWhenItsFileOrTheUnitIsMissing) {
+    AppRig rig;
+    ASSERT_TRUE(rig.waitLoaded());
+    fs::remove(rig.dataFolder() / "RHYTHM.QL0");
+    EXPECT_EQ(alertOf([&] { rig.menus().openFile(); }), "User Pattern file not found.");
+    rig.unit().unplug();
+    EXPECT_EQ(alertOf([&] { rig.menus().openFile(); }), "Unit not connected.");
+}
+
+// Started without a unit and without patterns, the program cannot load a MIDI file, has nothing
+// to export, takes patterns in by import, and its Quit button ends it.
+TEST(DesktopFiles, WithoutAUnitPatternsComeOnlyByImportAndQuitClosesAll) {
+    const QTemporaryDir folder;
+    const QString file = folder.filePath("backup.QL0");
+    {
+        AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid", TAVREL_EXAMPLES_DIR "/fill-4-4.mid"});
+        ASSERT_TRUE(rig.waitLoaded(2));
+        const auto choose = fileChoice(file);
+        QTest::keyClick(&rig.window(), Qt::Key_E, Qt::ControlModifier);
+        ASSERT_TRUE(fs::exists(file.toStdString()));
+    }
+    AppRig rig({}, false);
+    rig.unit().unplug();
+    rig.show();
+    ASSERT_TRUE(waitUntil([&] { return rig.dialog("NoConnectVC") != nullptr; }));
+    EXPECT_FALSE(rig.dialog("NoConnectVC")->findChild<QPushButton*>("exportButton")->isVisible());
+    EXPECT_FALSE(rig.menus().getMenuOfExport()->isEnabled());
+    EXPECT_EQ(alertOf([&] { rig.menus().loadSmfFile(TAVREL_EXAMPLES_DIR "/rock-4-4.mid"); }),
+              "Unit not connected.");
+    EXPECT_TRUE(patterns().getPtnData().empty());
+
+    rig.menus().getMenuOfImport()->setEnabled(true);  // the dialog's own rules are tested apart
+    const auto choose = fileChoice(file);
+    rig.menus().importData();
+    ASSERT_EQ(patterns().getPtnData().size(), 2u);
+    EXPECT_EQ(QString::fromStdString(patterns().getPtnData()[1]->getName()).trimmed(), "fill-4-4");
+    EXPECT_TRUE(rig.menus().getMenuOfExport()->isEnabled());
+
+    rig.click("NoConnectVC", "quitButton");
+    EXPECT_EQ(rig.dialog("NoConnectVC"), nullptr);
+    EXPECT_FALSE(rig.window().isVisible());
 }
 
 }  // namespace

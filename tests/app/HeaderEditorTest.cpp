@@ -16,7 +16,6 @@
 #include <QAbstractItemView>
 #include <QButtonGroup>
 #include <QComboBox>
-#include <QLineEdit>
 #include <QToolButton>
 #include <QUndoStack>
 
@@ -25,10 +24,6 @@ namespace {
 
 std::shared_ptr<CPtnDataMgr> current() {
     return Context::current().patterns().getCurPattarn();
-}
-
-views::CPhraseEditView& header(AppRig& rig) {
-    return *rig.window().mPtnEditVeiw()->phraseView();
 }
 
 // Chooses item `index` in the box's list with the mouse, as a user does.
@@ -41,14 +36,6 @@ void choose(QComboBox* box, int index) {
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
                       {list->viewport()->width() / 2, item.center().y()});
     ASSERT_TRUE(waitUntil([&] { return !list->isVisible(); }));
-}
-
-void type(QLineEdit* field, const QString& text) {
-    field->setFocus();
-    field->selectAll();
-    QTest::keyClick(field, Qt::Key_Backspace);
-    QTest::keyClicks(field, text);
-    QTest::keyClick(field, Qt::Key_Return);
 }
 
 struct Window {
@@ -65,12 +52,26 @@ std::vector<Window> windows(const CPtnDataMgr& pattern) {
     return all;
 }
 
-TEST(HeaderEditor, FieldsStoreWhatTheUnitTakesAndUndoOneStepPerEdit) {
-    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
-    ASSERT_TRUE(rig.waitLoaded(1));
-    views::CPhraseEditView& view = header(rig);
-    QUndoStack& history = rig.window().editHistory().stack();
+class ProgramChanges : public PreviewNoteOutput {
+public:
+    void noteOn(std::int32_t, std::int32_t) override {}
+    void programChange(std::int32_t program) override { programs.push_back(program); }
+    void allOff() override {}
+    std::vector<std::int32_t> programs;
+};
 
+// The window with one pattern loaded, its header and its edit history.
+class HeaderEditor : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(rig.waitLoaded(1)); }
+
+    ProgramChanges sent;  // outlives the rig, which stops the preview on its way out
+    AppRig rig{{TAVREL_EXAMPLES_DIR "/rock-4-4.mid"}};
+    views::CPhraseEditView& view = *rig.window().mPtnEditVeiw()->phraseView();
+    QUndoStack& history = rig.window().editHistory().stack();
+};
+
+TEST_F(HeaderEditor, FieldsStoreWhatTheUnitTakesAndUndoOneStepPerEdit) {
     type(view.name(), "ABC DEFGHIJKLMN");
     EXPECT_EQ(view.name()->text(), "ABC DEFGHIJK");
     EXPECT_EQ(current()->getName(), "ABC DEFGHIJK");
@@ -108,10 +109,8 @@ TEST(HeaderEditor, FieldsStoreWhatTheUnitTakesAndUndoOneStepPerEdit) {
     EXPECT_TRUE(history.canRedo()) << "no new step";
 }
 
-TEST(HeaderEditor, TimeSignatureRefitsEveryVariationAndUndoPutsTheWindowsBack) {
-    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
-    ASSERT_TRUE(rig.waitLoaded(1));
-    views::CTimeSigCombo* box = header(rig).timeSigSegment();
+TEST_F(HeaderEditor, TimeSignatureRefitsEveryVariationAndUndoPutsTheWindowsBack) {
+    views::CTimeSigCombo* box = view.timeSigSegment();
     ASSERT_EQ(box->count(), 17);
     EXPECT_EQ(box->currentText(), "4/4");
     current()->getPhraseAtVariation(1)->setFrom(1);  // a window the re-fit must move
@@ -129,7 +128,6 @@ TEST(HeaderEditor, TimeSignatureRefitsEveryVariationAndUndoPutsTheWindowsBack) {
     }
     EXPECT_NE(after, before);
 
-    QUndoStack& history = rig.window().editHistory().stack();
     history.undo();
     EXPECT_EQ(windows(*current()), before);
     EXPECT_EQ(box->currentText(), "4/4");
@@ -141,19 +139,8 @@ TEST(HeaderEditor, TimeSignatureRefitsEveryVariationAndUndoPutsTheWindowsBack) {
     EXPECT_EQ(box->currentIndex(), -1);
 }
 
-class ProgramChanges : public PreviewNoteOutput {
-public:
-    void noteOn(std::int32_t, std::int32_t) override {}
-    void programChange(std::int32_t program) override { programs.push_back(program); }
-    void allOff() override {}
-    std::vector<std::int32_t> programs;
-};
-
-TEST(HeaderEditor, AKitChangeSendsOneProgramChangeAndTheSameKitNone) {
-    ProgramChanges sent;  // outlives the rig, which stops the preview on its way out
-    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
-    ASSERT_TRUE(rig.waitLoaded(1));
-    QComboBox* kits = header(rig).kit();
+TEST_F(HeaderEditor, AKitChangeSendsOneProgramChangeAndTheSameKitNone) {
+    QComboBox* kits = view.kit();
     ASSERT_GE(kits->count(), 3);
     PreviewOutputSelector& output = rig.session().sequencer()->previewOutput();
     output.useOutput(sent);
@@ -163,16 +150,13 @@ TEST(HeaderEditor, AKitChangeSendsOneProgramChangeAndTheSameKitNone) {
     EXPECT_EQ(sent.programs, std::vector<std::int32_t>{2});
     choose(kits, 2);
     EXPECT_EQ(sent.programs.size(), 1u);
-    rig.window().editHistory().stack().undo();
+    history.undo();
     EXPECT_EQ(kits->currentIndex(), 0);
     EXPECT_EQ(sent.programs, (std::vector<std::int32_t>{2, 0}));
     output.useMidi();
 }
 
-TEST(HeaderEditor, AWaitingChangeHoldsTheFieldsAndThePlayButtonFollowsTheStop) {
-    AppRig rig({TAVREL_EXAMPLES_DIR "/rock-4-4.mid"});
-    ASSERT_TRUE(rig.waitLoaded(1));
-    views::CPhraseEditView& view = header(rig);
+TEST_F(HeaderEditor, AWaitingChangeHoldsTheFieldsAndThePlayButtonFollowsTheStop) {
     CSeqSim& seq = *rig.session().sequencer();
     current()->setTempo(350);  // a bar goes by in 0.7 s
     QTest::mouseClick(view.mPlaySw(), Qt::LeftButton);
@@ -192,10 +176,10 @@ TEST(HeaderEditor, AWaitingChangeHoldsTheFieldsAndThePlayButtonFollowsTheStop) {
     EXPECT_EQ(view.mPlaySw()->text(), "Play");
 }
 
-TEST(HeaderEditor, WithoutAPatternTheHeaderIsEmptyUntilTheLoadButtonBringsOne) {
+TEST(HeaderEditorWithoutAPattern, IsEmptyUntilTheLoadButtonBringsOne) {
     AppRig rig;
     ASSERT_TRUE(rig.waitLoaded(0));
-    views::CPhraseEditView& view = header(rig);
+    views::CPhraseEditView& view = *rig.window().mPtnEditVeiw()->phraseView();
     EXPECT_EQ(view.name()->text(), "");
     EXPECT_EQ(view.tempo()->text(), "120");
     EXPECT_EQ(view.variSegment()->checkedId(), 0);
@@ -203,14 +187,14 @@ TEST(HeaderEditor, WithoutAPatternTheHeaderIsEmptyUntilTheLoadButtonBringsOne) {
     QTest::mouseClick(view.mPlaySw(), Qt::LeftButton);
     EXPECT_FALSE(view.playing());
 
-    const FileChoice file(TAVREL_EXAMPLES_DIR "/rock-4-4.mid");
+    const auto choose = fileChoice(TAVREL_EXAMPLES_DIR "/rock-4-4.mid");
     QTest::mouseClick(view.findChild<QPushButton*>("loadButton"), Qt::LeftButton);
     ASSERT_TRUE(waitUntil([] { return current() != nullptr; }));
     EXPECT_EQ(view.name()->text(), "rock-4-4");
     EXPECT_TRUE(view.name()->isEnabled());
 }
 
-TEST(HeaderEditor, ColouredNamesSplitWhereAsked) {
+TEST(ColouredStrings, NamesSplitWhereAsked) {
     const QColor one(Qt::black), two(Qt::gray);
     const struct {
         QString name;

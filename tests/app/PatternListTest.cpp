@@ -6,6 +6,7 @@
 #include "model/CKitMgr.h"
 #include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
+#include "support/ScratchFolder.h"
 #include "views/CPtnEditTableView.h"
 #include "views/PatternListModel.h"
 
@@ -15,17 +16,10 @@
 
 #include <sys/stat.h>
 
-#include <filesystem>
-
 namespace tavrel::test {
 namespace {
 
-namespace fs = std::filesystem;
 using views::PatternListModel;
-
-CPatternMgr& patterns() {
-    return Context::current().patterns();
-}
 
 // The window with `count` patterns named p0, p1, ... and nothing to undo yet. Every change of the
 // list is checked by the model tester, and none may reset the model.
@@ -88,12 +82,11 @@ public:
 };
 
 // The files of `dir` as a file manager drags them.
-QMimeData* files(const QByteArray& dir, const std::vector<QByteArray>& names) {
+std::unique_ptr<QMimeData> files(const QByteArray& dir, const std::vector<QByteArray>& names) {
     QList<QUrl> urls;
-    for (const QByteArray& name : names) {
+    for (const QByteArray& name : names)
         urls << QUrl::fromEncoded("file://" + (dir + name).toPercentEncoding("/"));
-    }
-    auto* data = new QMimeData;
+    auto data = std::make_unique<QMimeData>();
     data->setUrls(urls);
     return data;
 }
@@ -101,10 +94,6 @@ QMimeData* files(const QByteArray& dir, const std::vector<QByteArray>& names) {
 // Each edit, then Ctrl+Z and Ctrl+Shift+Z: the same pattern objects come back at their rows,
 // the current pattern's row alone is selected, and the edited mark is raised again.
 TEST(PatternList, DragsKeyMovesDeletesAndLoadsUndoAndRedo) {
-    const QTemporaryDir folder;
-    const QByteArray dir = folder.path().toUtf8() + "/";
-    ASSERT_TRUE(
-        fs::copy_file(TAVREL_EXAMPLES_DIR "/rock-4-4.mid", (dir + "beat.mid").toStdString()));
     ListRig list(5);
     const auto dragged = [&](const std::set<int>& rows, int to) {
         return [&list, rows, to] {
@@ -122,13 +111,12 @@ TEST(PatternList, DragsKeyMovesDeletesAndLoadsUndoAndRedo) {
     };
     const auto remove = [&] {
         list.select({1, 3});
-        AlertAnswer yes("Delete");
-        QTest::mouseClick(list.rig.window().findChild<QPushButton*>("mDelButton"), Qt::LeftButton);
+        QWidget* button = list.rig.window().findChild<QPushButton*>("mDelButton");
+        alertOf([&] { QTest::mouseClick(button, Qt::LeftButton); }, "Delete");
         list.rig.show();  // the keys go to the window again, not to the closed question
     };
     const auto load = [&] {
-        const std::unique_ptr<QMimeData> data(files(dir, {"beat.mid"}));
-        list.drop(*data, 0);
+        list.drop(*files(TAVREL_EXAMPLES_DIR "/", {"rock-4-4.mid"}), 0);
         ASSERT_TRUE(waitUntil([] { return patterns().getPtnData().size() == 6; }));
     };
     const struct {
@@ -144,7 +132,7 @@ TEST(PatternList, DragsKeyMovesDeletesAndLoadsUndoAndRedo) {
         {"Alt+Down", key(1, Qt::Key_Down), "p0 p2 p1 p3 p4", 2},
         {"Alt+Up on the first", key(0, Qt::Key_Up), "p0 p1 p2 p3 p4", 0},
         {"delete", remove, "p0 p2 p4", 0},
-        {"load", load, "p0 p1 p2 p3 p4 beat", 5},
+        {"load", load, "p0 p1 p2 p3 p4 rock-4-4", 5},
     };
     const std::string before = list.order();
     ASSERT_EQ(before, "p0 p1 p2 p3 p4");
@@ -174,26 +162,18 @@ TEST(PatternList, DragsKeyMovesDeletesAndLoadsUndoAndRedo) {
 // and one that cannot be read says so while the rest still load. A loaded file's row shows
 // its kit, tempo, time signature and bars.
 TEST(PatternList, DroppedFilesLoadWhileThereIsRoom) {
-    const QTemporaryDir folder;
-    const QByteArray dir = folder.path().toUtf8() + "/";
-    // QTemporaryDir cannot remove a file whose name is not UTF-8.
-    const std::unique_ptr<const QByteArray, void (*)(const QByteArray*)> removeAll(
-        &dir, [](const QByteArray* d) { fs::remove_all(d->toStdString()); });
+    const ScratchFolder folder;
+    const QByteArray dir = QByteArray::fromStdString(folder.path().string() + "/");
     for (const char* name : {"b.MID", "c.midi", "d.mid", "\xff\xfe.mid"}) {
         ASSERT_TRUE(fs::copy_file(TAVREL_EXAMPLES_DIR "/rock-4-4.mid", (dir + name).toStdString()));
     }
     fs::create_directory((dir + "folder.mid").toStdString());
     ASSERT_EQ(::mkfifo(dir + "pipe.mid", 0600), 0);
     ListRig list(48);
-    QTimer answer;  // every alert answered "OK"
-    QObject::connect(&answer, &QTimer::timeout, [] {
-        if (auto* box = shownTopLevel<QMessageBox>()) box->accept();
-    });
-    answer.start(5);
-    const std::unique_ptr<QMimeData> data(
-        files(dir, {"folder.mid", "pipe.mid", QByteArray(300, 'x') + ".mid", "c.midi",
-                    "\xff\xfe.mid", "b.MID", "d.mid"}));
-    list.drop(*data, 0);
+    const EveryAlertAnswered ok;
+    list.drop(*files(dir, {"folder.mid", "pipe.mid", QByteArray(300, 'x') + ".mid", "c.midi",
+                           "\xff\xfe.mid", "b.MID", "d.mid"}),
+              0);
     ASSERT_TRUE(waitUntil([] { return patterns().getPtnData().size() == 50; }));
     EXPECT_EQ(list.rig.session().alerts().shown().count("Load MIDI File."), 3);
     EXPECT_TRUE(list.order().ends_with("p47 ?? b")) << list.order();
