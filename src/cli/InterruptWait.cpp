@@ -42,4 +42,12 @@ bool InterruptWait::wait(std::optional<std::chrono::seconds> limit) {
     }
 }
 
+bool InterruptWait::arrived() {
+    sigset_t pending;
+    sigemptyset(&pending);
+    if (sigpending(&pending) != 0) return false;
+    if (sigismember(&pending, SIGINT) != 1 && sigismember(&pending, SIGTERM) != 1) return false;
+    return sigwaitinfo(&mSignals, nullptr) > 0;
+}
+
 }  // namespace tavrel::cli

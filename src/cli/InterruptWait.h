@@ -22,6 +22,8 @@ public:
     // Returns true when interrupted, false when `limit` passed first; waits without end
     // when there is no limit.
     bool wait(std::optional<std::chrono::seconds> limit);
+    // Whether a signal has come, without waiting; one that has is taken.
+    bool arrived();
 
 private:
     sigset_t mSignals{};

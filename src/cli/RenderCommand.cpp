@@ -1,6 +1,7 @@
 #include "cli/RenderCommand.h"
 
 #include "cli/CliAlerts.h"
+#include "cli/InterruptWait.h"
 #include "cli/PreviewOptions.h"
 #include "cli/PreviewPattern.h"
 #include "cli/SynthOpener.h"
@@ -68,6 +69,10 @@ int RenderCommand::run(const Args& args, CommandIo io) {
         io.err << "; usage: tavrel-cli " << usage() << '\n';
         return kExitUsage;
     }
+    // Ctrl-C stops the render between two tenths of a second of sound and takes the half-made
+    // file away; made before the synthesizer starts a thread, so that it is the one to see it.
+    InterruptWait interrupt;
+    bool interrupted = false;
     Context context;
     context.install<CliAlerts, Alerts>(std::make_unique<CliAlerts>(io.err, true));
     if (!PreviewPattern::prepare(*options, io.err)) return kExitFailed;
@@ -86,13 +91,20 @@ int RenderCommand::run(const Args& args, CommandIo io) {
     const auto result = renderer.render(
         options->loops,
         [&](const std::vector<float>& frames) {
-            return writer.write(frames.data(), static_cast<std::int64_t>(frames.size() / 2));
+            if (interrupt.arrived()) interrupted = true;
+            return !interrupted &&
+                   writer.write(frames.data(), static_cast<std::int64_t>(frames.size() / 2));
         },
         progressLines(start, io.out));
     const bool written = writer.close();
     std::error_code ec;
     if (!result.complete || !written) {
         std::filesystem::remove(part, ec);
+        if (interrupted) {
+            io.err << "tavrel-cli: interrupted; " << options->output.string()
+                   << " was not written\n";
+            return kExitInterrupted;
+        }
         io.err << "tavrel-cli: " << failure(result, *options, writer.error()) << '\n';
         return kExitFailed;
     }

@@ -6,12 +6,34 @@
 #include "model/Log.h"
 #include "support/ScratchFolder.h"
 
+#include <pthread.h>
+#include <signal.h>
+
 #include <sstream>
 #include <string>
 
 namespace tavrel::test {
 
 using Command = int (*)(const cli::Args&, cli::CommandIo);
+
+// Ctrl-C pressed before the command starts: SIGINT waits, blocked on this thread, for the
+// command to take it. The mask is put back when this goes.
+class PendingCtrlC {
+public:
+    PendingCtrlC() {
+        sigset_t interrupt;
+        sigemptyset(&interrupt);
+        sigaddset(&interrupt, SIGINT);
+        pthread_sigmask(SIG_BLOCK, &interrupt, &mPrevious);
+        pthread_kill(pthread_self(), SIGINT);
+    }
+    ~PendingCtrlC() { pthread_sigmask(SIG_SETMASK, &mPrevious, nullptr); }
+    PendingCtrlC(const PendingCtrlC&) = delete;
+    PendingCtrlC& operator=(const PendingCtrlC&) = delete;
+
+private:
+    sigset_t mPrevious{};
+};
 
 class CommandRig {
 public:

@@ -64,6 +64,11 @@ TEST_F(RenderCommandTest, FailuresSayWhyInOneLineAndLeaveNoFile) {
         EXPECT_FALSE(std::filesystem::exists(wav()));
         EXPECT_FALSE(std::filesystem::exists(wav() + ".part"));
     }
+    const test::PendingCtrlC ctrlC;
+    EXPECT_EQ(run(&RenderCommand::run, {kRock, "-o", wav(), "--loops", "100"}), kExitInterrupted);
+    EXPECT_EQ(err.str(), "tavrel-cli: interrupted; " + wav() + " was not written\n");
+    EXPECT_FALSE(std::filesystem::exists(wav()));
+    EXPECT_FALSE(std::filesystem::exists(wav() + ".part"));
 }
 
 // Without a sound card the preview says so in one line and plays on, silently.

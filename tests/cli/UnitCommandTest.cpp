@@ -15,9 +15,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <pthread.h>
-#include <signal.h>
-
 #include <iterator>
 #include <regex>
 #include <string>
@@ -197,15 +194,8 @@ TEST_F(PreviewCommandTest, PlaysTheWindowIntoTheSimulatedUnitAndEndsEveryNote) {
 }
 
 TEST_F(PreviewCommandTest, CtrlCStopsItLongBeforeItsTime) {
-    sigset_t interrupt;
-    sigemptyset(&interrupt);
-    sigaddset(&interrupt, SIGINT);
-    sigset_t previous;
-    pthread_sigmask(SIG_BLOCK, &interrupt, &previous);
-    pthread_kill(pthread_self(), SIGINT);  // waits, blocked, for the command to take it
-    const int exit = preview({"--simulate", "--seconds", "600"});
-    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
-    EXPECT_EQ(exit, kExitOk) << err.str();
+    const test::PendingCtrlC ctrlC;
+    EXPECT_EQ(preview({"--simulate", "--seconds", "600"}), kExitOk) << err.str();
     EXPECT_THAT(out.str(), HasSubstr("Interrupted after 0."));
 }
 
