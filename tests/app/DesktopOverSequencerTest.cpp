@@ -24,9 +24,12 @@ TEST_F(DesktopOverSequencer, TheWindowLoadsTheUnitAndLetsItGoOnQuitting) {
                          "--screenshot", shot.string(), TAVREL_EXAMPLES_DIR "/rock-4-4.mid"},
                         {"QT_QPA_PLATFORM=offscreen"});
     // A ceiling, not a guess at the time: under ThreadSanitizer in the emulated guest a run
-    // takes 12 to 20 s, and one has gone past 60 s. If one stops, all its output is shown.
+    // takes 12 to 20 s, and one has gone past 60 s. If one stops, its threads and all output are
+    // shown.
     const auto code = tavrel.wait(180s);
-    ASSERT_EQ(code, 0) << "out: " << tavrel.text(ChildProcess::Stream::Out)
+    const std::string threads = code ? "" : tavrel.threads();
+    ASSERT_EQ(code, 0) << "threads:\n"
+                       << threads << "out: " << tavrel.text(ChildProcess::Stream::Out)
                        << "\nerr: " << tavrel.text(ChildProcess::Stream::Err)
                        << "\nunit: " << unit.output();
     EXPECT_EQ(tavrel.text(ChildProcess::Stream::Out),

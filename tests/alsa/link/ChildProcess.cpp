@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <filesystem>
+#include <fstream>
 
 namespace tavrel::test {
 
@@ -152,6 +154,22 @@ std::string ChildProcess::text(Stream stream) const {
     std::string all;
     for (const Line& line : mLines[index(stream)]) all += line.text + '\n';
     return all + mPartial[index(stream)];
+}
+
+std::string ChildProcess::threads() const {
+    std::lock_guard lock(mLock);
+    std::string all;
+    if (mPid <= 0 || mEnded) return all;
+    std::error_code ec;
+    const std::filesystem::path tasks = "/proc/" + std::to_string(mPid) + "/task";
+    for (const auto& task : std::filesystem::directory_iterator(tasks, ec)) {
+        std::string name;
+        std::string waitingIn;
+        std::getline(std::ifstream(task.path() / "comm"), name);
+        std::getline(std::ifstream(task.path() / "wchan"), waitingIn);
+        all += task.path().filename().string() + " " + name + ": " + waitingIn + '\n';
+    }
+    return all;
 }
 
 ChildProcess::Clock::time_point ChildProcess::endedAt() const {

@@ -43,6 +43,9 @@ public:
     void kill(int signal);
 
     std::string text(Stream stream) const;
+    // While it runs, each of its threads with the kernel function it waits in: what a test
+    // shows when the process does not end.
+    std::string threads() const;
     // When the process was seen to end; valid once wait() returned a code.
     Clock::time_point endedAt() const;
 
