@@ -8,6 +8,8 @@ RawClient::RawClient(const std::string& name) {
         return;
     }
     snd_seq_set_client_name(mSeq, name.c_str());
+    // Room for a whole preview's notes to wait until the test reads them (the default is 200).
+    snd_seq_set_client_pool_input(mSeq, kInputPool);
 }
 
 RawClient::~RawClient() {
@@ -60,6 +62,13 @@ int RawClient::sendToSubscribers(int port, std::span<const std::uint8_t> bytes) 
     snd_seq_ev_set_sysex(&event, static_cast<unsigned int>(bytes.size()),
                          const_cast<std::uint8_t*>(bytes.data()));
     return snd_seq_event_output_direct(mSeq, &event);
+}
+
+std::vector<snd_seq_event_t> RawClient::received() {
+    std::vector<snd_seq_event_t> events;
+    snd_seq_event_t* event = nullptr;
+    while (snd_seq_event_input(mSeq, &event) >= 0 && event != nullptr) events.push_back(*event);
+    return events;
 }
 
 }  // namespace tavrel::test

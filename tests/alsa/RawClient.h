@@ -45,8 +45,13 @@ public:
 
     // `bytes` as one system-exclusive event from `port` to its subscribers.
     int sendToSubscribers(int port, std::span<const std::uint8_t> bytes);
+    // The events that reached our ports and wait unread, oldest first, without any data of
+    // variable length. The kernel queues a direct event for us as it is sent, so once the sender
+    // has ended everything it sent is here.
+    std::vector<snd_seq_event_t> received();
 
 private:
+    static constexpr std::size_t kInputPool = 2000;  // the most the kernel grants a client
     snd_seq_t* mSeq = nullptr;
 };
 
