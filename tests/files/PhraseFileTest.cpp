@@ -1,6 +1,5 @@
 #include "smf/CPhraseFile.h"
 #include "smf/FileContents.h"
-#include "smf/SmfReader.h"
 #include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
@@ -397,16 +396,6 @@ TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
     EXPECT_EQ(reader.readError(), "is not a regular file");
     EXPECT_TRUE(reader.loadSmf(path));
     EXPECT_EQ(reader.readError(), "");
-}
-
-TEST(PhraseFileReading, TheReaderSaysWhereItStopped) {
-    const Bytes notes = TrackBuilder().noteOn(0, 36, 100).endOfTrack(96).chunk();
-    const Bytes file = smfHeader(1, 1, 96) + notes;
-    EXPECT_EQ(smf::readSmf(file).stoppedAt, file.size());
-    EXPECT_EQ(smf::readSmf(file + notes).stoppedAt, file.size()) << "a track beyond the count";
-    const Bytes cut(file.begin(), file.end() - 2);
-    EXPECT_EQ(smf::readSmf(cut).stoppedAt, cut.size());
-    EXPECT_EQ(smf::readSmf(Bytes(file.begin(), file.begin() + 13)).records, nullptr);
 }
 
 }  // namespace
