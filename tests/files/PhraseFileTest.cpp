@@ -127,12 +127,6 @@ TEST(PhraseFileTiming, TicksAreScaledToTheGridOneDeltaAtATime) {
         {"a gap of 65,536 steps wraps to 0",
          single(96, TrackBuilder().noteOn(65536, 36, 100).noteOn(65537, 38, 100)),
          {rec(0, 36, 100), rec(1, 38, 100), rec(1, 0, 0)}},
-        // 268,435,455 ticks of 10 are past int32: the time is -2^31, step -214,748,364, which
-        // is 13,108 in 16 bits; the later steps are cut toward zero.
-        {"a time past int32 is the most negative one",
-         single(96,
-                TrackBuilder().noteOn(0x0FFFFFFF, 36, 100).noteOn(0, 38, 100).noteOn(10, 40, 100)),
-         {rec(13108, 36, 100), rec(0, 38, 100), rec(9, 40, 100), rec(0, 0, 0)}},
     });
 }
 
@@ -158,12 +152,6 @@ TEST(PhraseFileTempo, SetTempoIsRoundedHalfAwayFromZeroAndClamped) {
                             TrackBuilder().tempo(0, 600000).chunk()}))
                   .tempo,
               100);
-
-    // The length byte is not looked at: three bytes of microseconds follow it regardless.
-    const Loaded l = load(single(
-        96, TrackBuilder().event(0, {0xFF, 0x51, 0x00, 0x07, 0xA1, 0x20}).noteOn(4, 36, 100)));
-    EXPECT_EQ(l.tempo, 120);
-    EXPECT_EQ(l.records, (Records{rec(4, 36, 100), rec(1, 0, 0)}));
 }
 
 TEST(PhraseFileNotes, SoundingNoteOnsAreKeptSortedByTimeThenNoteThenVelocity) {
@@ -256,16 +244,6 @@ TEST(PhraseFileTracks, TheEndMarkerSitsAtTheLatestEndOfTrack) {
         {"no notes and no end",
          single(96, TrackBuilder().event(10, {0xB9, 7, 100})),
          {rec(0, 0, 0)}},
-        // 0 after a note at step 96 is a delta of -96, 65,440 in 16 bits.
-        {"an end before the last note stays there",
-         single(96, TrackBuilder().endOfTrack(0).noteOn(96, 36, 100)),
-         {rec(96, 36, 100), rec(65440, 0, 0)}},
-        {"a note-on for key 0 is an end",
-         single(96, TrackBuilder().noteOn(0, 36, 100).endOfTrack(96).noteOn(96, 0, 100)),
-         {rec(0, 36, 100), rec(192, 0, 0)}},
-        {"FF 2F 01 is another meta event",
-         single(96, TrackBuilder().noteOn(0, 36, 100).event(96, {0xFF, 0x2F, 0x01, 0x00})),
-         {rec(0, 36, 100), rec(1, 0, 0)}},
     });
 }
 
