@@ -85,8 +85,6 @@ TEST_F(VariationTest, ANewTimeSignatureKeepsTheWindowsPlaceAndFillsFallBackToOne
         {0, 2, 4, 3, 4, 2, 5, 11},  // 8 beats are 2.67 bars of 3, 16 beats 5.33 bars
         {0, 2, 4, 6, 8, 2, 5, 11},  // in eighths: 16 and 32 of them
         {0, 2, 4, 2, 4, 4, 8, 16}, {0, 0, 0, 3, 4, 0, 1, 11},  // never less than one bar
-        {1, 0, 2, 3, 4, 0, 2, 11},                             // Verse
-        {2, 0, 2, 3, 4, 0, 1, 11},                             // Verse Fill
         {8, 0, 2, 3, 4, 0, 1, 11},                             // D Fill
         {9, 0, 2, 3, 4, 0, 2, 11},                             // Ending
     };
