@@ -1,6 +1,4 @@
-#include "model/CEditNotify.h"
 #include "model/CPatternMgr.h"
-#include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
 #include "support/NotificationRecorder.h"
