@@ -72,7 +72,6 @@ TEST_F(XMLFileTest, TheCopyWithTheGreaterGenerationWinsAndATieGoesToFileOne) {
 
 TEST_F(XMLFileTest, UnusableCopiesCountAsMissing) {
     const Bytes unusable[] = {
-        {},
         {'<', 'm', '>'},
         settingsCopy("not XML at all", 9),
         settingsCopy("<memory><mem id=\"0\"><CONTENT350><Kit>1</Kit>", 9),
@@ -121,7 +120,6 @@ TEST_F(XMLFileTest, TheSetterChangesOneContentAndASaveKeepsEverythingElse) {
     EXPECT_FALSE(settings.setKitAndTempoFromMem(3, 1, 12, 95));   // no Tempo
     EXPECT_FALSE(settings.setKitAndTempoFromMem(3, 2, 12, 95));   // two Tempos
     EXPECT_FALSE(settings.setKitAndTempoFromMem(3, 50, 12, 95));  // no content 400
-    EXPECT_FALSE(settings.setKitAndTempoFromMem(2, 0, 12, 95));   // no memory 2
     EXPECT_TRUE(settings.setKitAndTempoFromMem(3, 49, 0, 350));
     ASSERT_TRUE(settings.saveFile());
 
