@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <random>
-#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -300,38 +299,6 @@ TEST(PhraseFileTracks, LongTracksGiveTheFirstNotesOfAllTracksSortedTogether) {
     }
     want.push_back(rec(0, 0, 0));
     EXPECT_EQ(loadRecords(smfFile(1, 96, {chunks[0], chunks[1], chunks[2]})), want);
-}
-
-TEST(PhraseFileTracks, ACutFileKeepsEverythingBeforeTheCut) {
-    TrackBuilder first;
-    first.tempo(0, 500000).event(0, {0xFF, 0x03, 0x04, 'K', 'i', 'c', 'k'}).noteOn(0, 36, 100);
-    first.event(48, {38, 90}).event(48, {0xB9, 7, 100}).noteOn(96, 42, 80).endOfTrack(0);
-    TrackBuilder second;
-    second.noteOn(0, 49, 110).event(24, {0xE9, 0, 64}).noteOn(0, 46, 70);
-    second.noteOn(0x200000, 45, 61).endOfTrack(312);  // a four-byte delta
-    const Bytes file = smfFile(1, 96, {first.chunk(), second.chunk()});
-    EXPECT_EQ(loadRecords(file),
-              (Records{rec(0, 36, 100), rec(0, 49, 110), rec(24, 46, 70), rec(24, 38, 90),
-                       rec(144, 42, 80), rec(0x200000 + 24 - 192, 45, 61), rec(312, 0, 0)}));
-
-    // Every cut keeps the notes of the cut before it, at their times, and adds no other.
-    std::multiset<std::tuple<int, int, int>> before;
-    int tempoBefore = 0;
-    for (std::size_t cut = 14; cut <= file.size(); ++cut) {
-        const Loaded got = load(Bytes(file.begin(), file.begin() + static_cast<long>(cut)));
-        ASSERT_TRUE(got.ok) << cut;
-        std::multiset<std::tuple<int, int, int>> notes;
-        int step = 0;
-        for (const StepRecord& r : got.records) {
-            step += r.delta;
-            if (r.note != 0) notes.emplace(step, r.note, r.velocity);
-        }
-        EXPECT_TRUE(std::includes(notes.begin(), notes.end(), before.begin(), before.end())) << cut;
-        EXPECT_LE(notes.size(), before.size() + 1) << cut;
-        EXPECT_TRUE(got.tempo == tempoBefore || got.tempo == 120) << cut;
-        before = std::move(notes);
-        tempoBefore = got.tempo;
-    }
 }
 
 TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
