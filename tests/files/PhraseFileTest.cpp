@@ -1,6 +1,5 @@
 #include "smf/CPhraseFile.h"
 #include "smf/FileContents.h"
-#include "smf/SmfReader.h"
 #include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +7,6 @@
 
 #include <algorithm>
 #include <random>
-#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -91,7 +89,6 @@ TEST(PhraseFileHeader, AcceptsFormatsZeroAndOneAndRefusesTheRest) {
         {"header length 5", with(7, 5)},
         {"no tracks", smfHeader(0, 0, 96) + track},
         {"MThD", with(3, 'D')},
-        {"empty", Bytes{}},
         {"13 bytes", Bytes(good.begin(), good.begin() + 13)},
     };
     for (const auto& [name, bytes] : refused) {
@@ -112,9 +109,6 @@ TEST(PhraseFileTiming, TicksAreScaledToTheGridOneDeltaAtATime) {
                            rec(13, 36, 100), rec(14, 36, 100), rec(14, 36, 100),
                            rec(13, 36, 100), rec(1, 38, 100),  rec(1, 0, 0)};
     expectRecords({
-        {"480 per quarter",
-         single(480, TrackBuilder().noteOn(480, 36, 100).endOfTrack(480)),
-         {rec(96, 36, 100), rec(96, 0, 0)}},
         {"7 per quarter",
          smfFile(1, 7, {sevenSteps.chunk(), TrackBuilder().noteOn(7, 38, 100).chunk()}), seven},
         // Times 15, 25, 35, 44 of 960 per quarter sit on steps 1, 2, 3, 4.
@@ -128,19 +122,12 @@ TEST(PhraseFileTiming, TicksAreScaledToTheGridOneDeltaAtATime) {
         {"a gap of 65,536 steps wraps to 0",
          single(96, TrackBuilder().noteOn(65536, 36, 100).noteOn(65537, 38, 100)),
          {rec(0, 36, 100), rec(1, 38, 100), rec(1, 0, 0)}},
-        // 268,435,455 ticks of 10 are past int32: the time is -2^31, step -214,748,364, which
-        // is 13,108 in 16 bits; the later steps are cut toward zero.
-        {"a time past int32 is the most negative one",
-         single(96,
-                TrackBuilder().noteOn(0x0FFFFFFF, 36, 100).noteOn(0, 38, 100).noteOn(10, 40, 100)),
-         {rec(13108, 36, 100), rec(0, 38, 100), rec(9, 40, 100), rec(0, 0, 0)}},
     });
 }
 
 TEST(PhraseFileTempo, SetTempoIsRoundedHalfAwayFromZeroAndClamped) {
     const std::vector<std::pair<std::uint32_t, int>> cases = {
         {500000, 120}, {600000, 100}, {960000, 63},  // 62.5
-        {320000, 188},                               // 187.5
         {2000000, 40}, {100000, 350}, {0, 350},
     };
     for (const auto& [micros, bpm] : cases) {
@@ -159,12 +146,6 @@ TEST(PhraseFileTempo, SetTempoIsRoundedHalfAwayFromZeroAndClamped) {
                             TrackBuilder().tempo(0, 600000).chunk()}))
                   .tempo,
               100);
-
-    // The length byte is not looked at: three bytes of microseconds follow it regardless.
-    const Loaded l = load(single(
-        96, TrackBuilder().event(0, {0xFF, 0x51, 0x00, 0x07, 0xA1, 0x20}).noteOn(4, 36, 100)));
-    EXPECT_EQ(l.tempo, 120);
-    EXPECT_EQ(l.records, (Records{rec(4, 36, 100), rec(1, 0, 0)}));
 }
 
 TEST(PhraseFileNotes, SoundingNoteOnsAreKeptSortedByTimeThenNoteThenVelocity) {
@@ -227,7 +208,6 @@ TEST(PhraseFileTracks, AChunkThatIsNotATrackLosesEveryLaterTrack) {
     negative[4] = 0x80;
     const Records first = {rec(0, 36, 100), rec(96, 0, 0)};
     expectRecords({
-        {"unknown first chunk", header(2) + junk + notes, {rec(0, 0, 0)}},
         {"unknown chunk in the middle", header(3) + notes + junk + others, first},
         {"tracks beyond the declared count", header(1) + notes + others, first},
         {"an event past the chunk's end",
@@ -257,16 +237,6 @@ TEST(PhraseFileTracks, TheEndMarkerSitsAtTheLatestEndOfTrack) {
         {"no notes and no end",
          single(96, TrackBuilder().event(10, {0xB9, 7, 100})),
          {rec(0, 0, 0)}},
-        // 0 after a note at step 96 is a delta of -96, 65,440 in 16 bits.
-        {"an end before the last note stays there",
-         single(96, TrackBuilder().endOfTrack(0).noteOn(96, 36, 100)),
-         {rec(96, 36, 100), rec(65440, 0, 0)}},
-        {"a note-on for key 0 is an end",
-         single(96, TrackBuilder().noteOn(0, 36, 100).endOfTrack(96).noteOn(96, 0, 100)),
-         {rec(0, 36, 100), rec(192, 0, 0)}},
-        {"FF 2F 01 is another meta event",
-         single(96, TrackBuilder().noteOn(0, 36, 100).event(96, {0xFF, 0x2F, 0x01, 0x00})),
-         {rec(0, 36, 100), rec(1, 0, 0)}},
     });
 }
 
@@ -331,44 +301,11 @@ TEST(PhraseFileTracks, LongTracksGiveTheFirstNotesOfAllTracksSortedTogether) {
     EXPECT_EQ(loadRecords(smfFile(1, 96, {chunks[0], chunks[1], chunks[2]})), want);
 }
 
-TEST(PhraseFileTracks, ACutFileKeepsEverythingBeforeTheCut) {
-    TrackBuilder first;
-    first.tempo(0, 500000).event(0, {0xFF, 0x03, 0x04, 'K', 'i', 'c', 'k'}).noteOn(0, 36, 100);
-    first.event(48, {38, 90}).event(48, {0xB9, 7, 100}).noteOn(96, 42, 80).endOfTrack(0);
-    TrackBuilder second;
-    second.noteOn(0, 49, 110).event(24, {0xE9, 0, 64}).noteOn(0, 46, 70);
-    second.noteOn(0x200000, 45, 61).endOfTrack(312);  // a four-byte delta
-    const Bytes file = smfFile(1, 96, {first.chunk(), second.chunk()});
-    EXPECT_EQ(loadRecords(file),
-              (Records{rec(0, 36, 100), rec(0, 49, 110), rec(24, 46, 70), rec(24, 38, 90),
-                       rec(144, 42, 80), rec(0x200000 + 24 - 192, 45, 61), rec(312, 0, 0)}));
-
-    // Every cut keeps the notes of the cut before it, at their times, and adds no other.
-    std::multiset<std::tuple<int, int, int>> before;
-    int tempoBefore = 0;
-    for (std::size_t cut = 14; cut <= file.size(); ++cut) {
-        const Loaded got = load(Bytes(file.begin(), file.begin() + static_cast<long>(cut)));
-        ASSERT_TRUE(got.ok) << cut;
-        std::multiset<std::tuple<int, int, int>> notes;
-        int step = 0;
-        for (const StepRecord& r : got.records) {
-            step += r.delta;
-            if (r.note != 0) notes.emplace(step, r.note, r.velocity);
-        }
-        EXPECT_TRUE(std::includes(notes.begin(), notes.end(), before.begin(), before.end())) << cut;
-        EXPECT_LE(notes.size(), before.size() + 1) << cut;
-        EXPECT_TRUE(got.tempo == tempoBefore || got.tempo == 120) << cut;
-        before = std::move(notes);
-        tempoBefore = got.tempo;
-    }
-}
-
 TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
     test::ScratchFolder dir;
     const Bytes groove = single(96, TrackBuilder().noteOn(0, 36, 100).endOfTrack(96));
     const auto path = test::writeBytes(dir / "groove.mid", groove);
     ASSERT_EQ(::mkfifo((dir / "pipe.mid").c_str(), 0600), 0);  // no writer: opening could block
-    fs::create_directory(dir / "folder.mid");
     struct Read {
         fs::path path;
         std::size_t cap;
@@ -379,10 +316,7 @@ TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
         {path, groove.size() - 1,
          "is larger than " + std::to_string(groove.size() - 1) +
              " bytes, the most a MIDI file may be"},
-        {path, smf::FileContents::kMaxMidiFileBytes, ""},
         {dir / "pipe.mid", 1 << 20, "is not a regular file"},
-        {dir / "folder.mid", 1 << 20, "is not a regular file"},
-        {"/dev/zero", 1 << 20, "is not a regular file"},
         {dir / "missing.mid", 1 << 20, "cannot be read: No such file or directory"},
     };
     for (const Read& c : cases) {
@@ -392,21 +326,6 @@ TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
                   c.error.empty() ? groove : Bytes{})
             << c.path;
     }
-    CPhraseFile reader;
-    EXPECT_EQ(reader.checkSmf(dir / "pipe.mid"), -1);
-    EXPECT_EQ(reader.readError(), "is not a regular file");
-    EXPECT_TRUE(reader.loadSmf(path));
-    EXPECT_EQ(reader.readError(), "");
-}
-
-TEST(PhraseFileReading, TheReaderSaysWhereItStopped) {
-    const Bytes notes = TrackBuilder().noteOn(0, 36, 100).endOfTrack(96).chunk();
-    const Bytes file = smfHeader(1, 1, 96) + notes;
-    EXPECT_EQ(smf::readSmf(file).stoppedAt, file.size());
-    EXPECT_EQ(smf::readSmf(file + notes).stoppedAt, file.size()) << "a track beyond the count";
-    const Bytes cut(file.begin(), file.end() - 2);
-    EXPECT_EQ(smf::readSmf(cut).stoppedAt, cut.size());
-    EXPECT_EQ(smf::readSmf(Bytes(file.begin(), file.begin() + 13)).records, nullptr);
 }
 
 }  // namespace

@@ -23,8 +23,8 @@ struct ChildReport {
 };
 
 // `prepare` runs in the child before the write and returns an empty string or why it cannot.
-// The child sends one line each: that reason, the flags as digits, the error, the backup and why
-// there is none.
+// The child sends one line each: that reason, whether it went well and whether in place as
+// digits, the error, the backup and why there is none.
 inline ChildReport writeInChild(const std::function<std::string()>& prepare,
                                 const std::function<WriteReport()>& write) {
     int pipeFds[2];
@@ -34,9 +34,8 @@ inline ChildReport writeInChild(const std::function<std::string()>& prepare,
         ::close(pipeFds[0]);
         const std::string skipped = prepare();
         const WriteReport r = skipped.empty() ? write() : WriteReport{};
-        const std::string text = skipped + '\n' + std::to_string(r.ok) +
-                                 std::to_string(r.replaced) + std::to_string(r.inPlace) + '\n' +
-                                 r.error + '\n' + r.backup.string() + '\n' + r.noBackup + '\n';
+        const std::string text = skipped + '\n' + std::to_string(r.ok) + std::to_string(r.inPlace) +
+                                 '\n' + r.error + '\n' + r.backup.string() + '\n' + r.noBackup;
         const ssize_t n = ::write(pipeFds[1], text.data(), text.size());
         ::_exit(n == static_cast<ssize_t>(text.size()) ? 0 : 1);
     }
@@ -54,10 +53,9 @@ inline ChildReport writeInChild(const std::function<std::string()>& prepare,
     std::getline(in, child.report.error);
     std::getline(in, backup);
     std::getline(in, child.report.noBackup);
-    if (flags.size() != 3) return {"the child died", {}};
+    if (flags.size() != 2) return {"the child died", {}};
     child.report.ok = flags[0] == '1';
-    child.report.replaced = flags[1] == '1';
-    child.report.inPlace = flags[2] == '1';
+    child.report.inPlace = flags[1] == '1';
     child.report.backup = backup;
     return child;
 }

@@ -1,6 +1,4 @@
-#include "model/CEditNotify.h"
 #include "model/CPatternMgr.h"
-#include "model/CPhraseData.h"
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
 #include "support/NotificationRecorder.h"
@@ -112,22 +110,6 @@ TEST_F(PatternMgrTest, MovingRowsPutsThemBeforeTheDropRow) {
         EXPECT_EQ(mgr.getCurPattarnNum(), c.current) << "drop at " << c.row;
         EXPECT_EQ(current(), std::string(1, c.order[c.current])) << "drop at " << c.row;
     }
-}
-
-TEST_F(PatternMgrTest, LookupsFindTheEarliestMatchAndOnlyTheIntrosFile) {
-    fill(3);
-    mgr.getPtnData()[0]->setName("A");
-    mgr.getPtnData()[2]->setName("A");
-    EXPECT_EQ(mgr.getPatternDataByName("A"), mgr.getPtnData()[0]);
-    EXPECT_EQ(mgr.getPatternDataByName("a"), nullptr);
-
-    // A reader that fails to load still keeps the path.
-    mgr.getPtnData()[0]->getPhraseAtVariation(1)->setFileName("/x/beat.mid");
-    mgr.getPtnData()[1]->getPhraseAtVariation(0)->setFileName("/tmp/BEAT.mid");
-    mgr.getPtnData()[2]->getPhraseAtVariation(0)->setFileName("/elsewhere/beat.smf");
-    EXPECT_EQ(mgr.getPatternDataByFileName("/home/u/beat.mid"), mgr.getPtnData()[2]);
-    EXPECT_EQ(mgr.getPatternDataByFileName("BEAT"), mgr.getPtnData()[1]);
-    EXPECT_EQ(mgr.getPatternDataByFileName("beats.mid"), nullptr);
 }
 
 }  // namespace
