@@ -3,7 +3,6 @@
 #include "device/MidiLib.h"
 
 #include "alsa/SequencerTest.h"
-#include "device/MidiFifo.h"
 #include "device/MidiReceiver.h"
 #include "device/TestKit.h"
 #include "device/platform/alsa/AlsaMidiService.h"
@@ -296,22 +295,6 @@ TEST(MidiReceive, AssemblesWholeMessagesAndKeepsTheParsersHabits) {
     for (const auto& c : cases) {
         MidiReceiver receiver;
         EXPECT_EQ(receive(receiver, c.blocks), c.expected) << c.what;
-    }
-}
-
-TEST(MidiReceive, TheRingHolds4095BytesInOrderAcrossItsEnd) {
-    MidiFifo ring;
-    std::uint8_t byte = 0;
-    // The second round starts just before the end of the ring and wraps around it.
-    for (const int round : {1, 7}) {
-        for (int i = 0; i < 4095; ++i)
-            ASSERT_TRUE(ring.pushFifo(static_cast<std::uint8_t>(i * round)));
-        EXPECT_FALSE(ring.pushFifo(0xAA)) << "the 4096th byte is dropped";
-        for (int i = 0; i < 4095; ++i) {
-            ASSERT_TRUE(ring.popFifo(byte));
-            ASSERT_EQ(byte, static_cast<std::uint8_t>(i * round));
-        }
-        EXPECT_FALSE(ring.popFifo(byte));
     }
 }
 
