@@ -134,7 +134,6 @@ TEST_F(MidiLibTest, ARefusedConnectIsReportedAndTheSourceIsDisconnectedBeforeThe
     EXPECT_TRUE(recorder.calls.empty()) << "midiError waits for the main thread";
     settle();
     EXPECT_EQ(recorder.calls, Strings{"error Connect-MIDIPortConnectSource"});
-    EXPECT_NE(recorder.lastErrorStatus, 0);
 
     service.setFault(Fault::Disconnect);
     EXPECT_FALSE(midi->selectInputDevice(1));
@@ -178,7 +177,6 @@ TEST_F(MidiLibTest, SendsOnlyToTheOutputDeviceBlockByBlockAndReportsAFailedSend)
     midi->sendMidi(MidiPacket{0, 3, {0x89, 0x24, 0x00}});
     EXPECT_EQ(recorder.failedSends, (std::vector<Bytes>{{0x89, 0x24, 0x00}}))
         << "told at once, on the sending thread";
-    EXPECT_NE(recorder.lastErrorStatus, 0);
     settle();
     EXPECT_EQ(std::count(recorder.calls.begin(), recorder.calls.end(), "send error"), 1);
     for (const auto& call : recorder.calls) EXPECT_FALSE(call.starts_with("error")) << call;
