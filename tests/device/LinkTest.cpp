@@ -130,7 +130,6 @@ TEST_F(LinkTest, TheUnitsStorageIsTheFirstVolumeHoldingItsFolderAndItsFilesAreRe
     link->storeMountURL();
     EXPECT_EQ(link->getMountURL(), unitRoot);
     EXPECT_EQ(link->getFileURL("RHYTHM.QL0"), data / "RHYTHM.QL0");
-    EXPECT_EQ(link->getMountURLAppendPath("/DATA/RHYTHM.QL0"), data / "RHYTHM.QL0");
     EXPECT_EQ(link->getFileData("/RHYTHM.QL0"), (Bytes{1, 2, 3}));
     EXPECT_FALSE(link->isDataFileExist("/SYSTEM1.QL0"));
     EXPECT_EQ(link->getFileData("/MEMORY1.QL0"), std::nullopt) << "a folder is not a file";

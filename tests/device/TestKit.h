@@ -77,14 +77,12 @@ public:
     void midiMessageError(const MidiNotification& n) override {
         calls.push_back("io error: " + n.text);
     }
-    void midiError(int status, const std::string& message) override {
+    void midiError(int /*status*/, const std::string& message) override {
         calls.push_back("error " + message);
-        lastErrorStatus = status;
     }
-    void sendErrorWithPacketList(std::span<const std::uint8_t> bytes, int status) override {
+    void sendErrorWithPacketList(std::span<const std::uint8_t> bytes, int /*status*/) override {
         calls.push_back("send error");
         failedSends.emplace_back(bytes.begin(), bytes.end());
-        lastErrorStatus = status;
     }
 
     // Waits up to five seconds for `count` received messages; returns what has arrived.
@@ -96,7 +94,6 @@ public:
 
     std::vector<std::string> calls;
     std::vector<Bytes> failedSends;
-    int lastErrorStatus = 0;
 
 private:
     static std::string of(const MidiNotification& n) {

@@ -1,16 +1,12 @@
-// The simulated unit's storage: the files a new unit comes with, and the folder that shows as
-// a volume while mounted, to this process or, through --volume-root, to another.
-#include "device/platform/ExtraRootsVolumeService.h"
-#include "device/platform/virtual/VirtualVolumeService.h"
+// The simulated unit's storage: the files a new unit comes with, in the layout the program
+// reads and writes.
 #include "files/CFileDataMgr.h"
 #include "files/CXMLFile.h"
 #include "files/FolderStorage.h"
 #include "model/CPatternMgr.h"
 #include "model/Context.h"
 #include "sim/FactoryKits.h"
-#include "sim/HiddenFolderVolume.h"
 #include "sim/StorageSeeder.h"
-#include "sim/VirtualStorageVolume.h"
 #include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
@@ -33,11 +29,6 @@ class StorageTest : public ::testing::Test {
 protected:
     void SetUp() override {
         context.install<FolderStorage, UnitStorage>(std::make_unique<FolderStorage>(data));
-    }
-    // The program in the other process, told the storage folder with --volume-root.
-    bool otherProcessSeesTheUnit() {
-        ExtraRootsVolumeService seen(std::make_unique<VirtualVolumeService>(), {root});
-        return seen.exists(data / "RHYTHM.QL0");
     }
 
     test::ScratchFolder temp;  // backups of replaced files go there too
@@ -104,40 +95,6 @@ TEST_F(StorageTest, TheMemoriesGiveEveryUserPatternAKitAndTempoInTheLayoutThePro
     ASSERT_TRUE(xml.saveFile());
     EXPECT_EQ(readBytes(data / "MEMORY1.QL0"), first);
     EXPECT_EQ(readBytes(data / "MEMORY2.QL0"), second);
-}
-
-TEST_F(StorageTest, AnotherProcessSeesTheStorageExactlyWhileMountedAndThisOneSharesIt) {
-    {
-        sim::HiddenFolderVolume volume(root);
-        ASSERT_TRUE(StorageSeeder::seed(volume.unitFolder()));
-        EXPECT_FALSE(otherProcessSeesTheUnit());
-        ASSERT_TRUE(volume.mount());
-        EXPECT_TRUE(otherProcessSeesTheUnit());
-        EXPECT_EQ(volume.unitFolder(), root / "VANTIK");
-        volume.unmount();
-        EXPECT_FALSE(otherProcessSeesTheUnit());
-        EXPECT_TRUE(fs::exists(volume.unitFolder() / "DATA" / "RHYTHM.QL0"));
-        ASSERT_TRUE(volume.mount());
-    }
-    EXPECT_FALSE(otherProcessSeesTheUnit()) << "a simulator that ends hides its storage";
-    // One killed while mounted leaves it showing; the next one starts unmounted.
-    fs::rename(root / ".VANTIK", root / "VANTIK");
-    {
-        sim::HiddenFolderVolume next(root);
-        EXPECT_FALSE(otherProcessSeesTheUnit());
-        test::writeBytes(next.unitFolder() / "DATA" / "RHYTHM.QL0", {'m', 'i', 'n', 'e'});
-    }
-    // A unit simulated inside the program finds the same files, hidden as they were left.
-    VirtualVolumeService volumes;
-    sim::VirtualStorageVolume inProgram(volumes, root);
-    EXPECT_EQ(readBytes(inProgram.unitFolder() / "DATA" / "RHYTHM.QL0"),
-              (Bytes{'m', 'i', 'n', 'e'}));
-    EXPECT_FALSE(volumes.exists(root / "VANTIK"));
-    ASSERT_TRUE(inProgram.mount());
-    EXPECT_EQ(volumes.volumes(), std::vector<fs::path>{root});
-    EXPECT_TRUE(volumes.exists(data / "RHYTHM.QL0"));
-    inProgram.unmount();
-    EXPECT_TRUE(volumes.volumes().empty());
 }
 
 }  // namespace
