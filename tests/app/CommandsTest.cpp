@@ -235,7 +235,7 @@ QString portsFile(const QTemporaryDir& folder, const QByteArray& text) {
     return path;
 }
 
-TEST(StoredPorts, OnlyAnIndexOrTheSynthesizerIsAChoice) {
+TEST(StoredPorts, OnlyAnIndexOrTheSynthesizerIsAChoiceAndTheFirstMakesItsFolder) {
     const struct {
         const char* text = nullptr;
         StoredPorts::Choice choice;
@@ -258,17 +258,7 @@ TEST(StoredPorts, OnlyAnIndexOrTheSynthesizerIsAChoice) {
         const StoredPorts ports(portsFile(folder, c.text), "Synth");
         EXPECT_EQ(ports.read("MIDI_IN"), c.choice) << c.text;
     }
-}
-
-TEST(StoredPorts, StoringAChoiceKeepsTheOtherLines) {
-    const QTemporaryDir folder;
-    const QString path = portsFile(folder, "[Window]\nsize=3\n[General]\nMIDI_OUT=1\nMIDI_IN=x\n");
-    StoredPorts ports(path, "Synth");
-    ASSERT_TRUE(ports.storePort("MIDI_IN", 4));
-    ASSERT_TRUE(ports.storeSynth("MIDI_OUT"));
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), "[Window]\nsize=3\n[General]\nMIDI_OUT=Synth\nMIDI_IN=4\n");
+    // On a new installation the settings folder does not exist before the first choice.
     StoredPorts fresh(folder.filePath("new/tavrel.conf"), "Synth");
     ASSERT_TRUE(fresh.storePort("MIDI_OUT", 0));
     EXPECT_EQ(fresh.read("MIDI_OUT"), (StoredPorts::Choice{Kind::Port, 0}));
