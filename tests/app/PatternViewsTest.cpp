@@ -26,12 +26,11 @@ using Window = std::pair<int, int>;  // from, bars
 
 class VariationPaneTest : public testing::Test {
 protected:
-    // A current pattern whose variations are `total` bars of 4/4, variation `vari` with
-    // `start` as its window and its pane on screen.
+    // A current pattern whose current variation `vari` is `total` bars of 4/4, with `start` as
+    // its window and its pane on screen.
     CVariationEditBaseView& pane(std::int32_t vari, int total, Window start = {2, 3}) {
-        mPattern = rig.pattern({{0, 36}}, total * 384);
+        mPattern = rig.pattern({{0, 36}}, total * 384, 120, vari);
         mVari = vari;
-        PreviewRig::give(phrase(), {{0, 36}}, total * 384);
         phrase().setFrom(start.first);
         phrase().setBars(start.second);
         mPane.reset(CVariationEditBaseView::make(vari, rig.seq, history));
