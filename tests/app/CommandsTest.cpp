@@ -1,6 +1,6 @@
 // The menu commands and the window's own controls: enablement, keys, delete, Apply and Apply
-// All writing the unit's files, quitting with and without edits, the command line, and the MIDI
-// port boxes with the built-in synthesizer and the settings file they keep their choice in.
+// All writing the unit's files, quitting with and without edits, and the MIDI port boxes with the
+// built-in synthesizer and the settings file they keep their choice in.
 #include "AppRig.h"
 
 #include "app/CMidiDeviceComboBox.h"
@@ -122,34 +122,6 @@ TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {
     EXPECT_FALSE(rig.window().isVisible());
     ASSERT_TRUE(waitUntil([&] { return !rig.unit().editorMode(); }));
     EXPECT_FALSE(rig.unit().mounted());
-}
-
-TEST(DesktopCommands, CommandLine) {
-    struct Case {
-        QStringList args;
-        bool ok = false;
-    } cases[] = {
-        {{"--simulate=QL-414XE3", "--held", "--slow", "20", "a.mid"}, true},
-        {{"--screenshot=out.png", "--volume-root", "/tmp"}, true},
-        {{"--held"}, false},  // a switch of the simulated unit without one
-        {{"--simulate=QL-1"}, false},
-        {{"--simulate", "--slow"}, false},
-        {{"--screenshot"}, false},
-        {{"--frobnicate"}, false},
-    };
-    for (const Case& c : cases) {
-        QString error;
-        const auto options = app::AppOptions::parse(c.args, error);
-        EXPECT_EQ(options.has_value(), c.ok) << c.args.join(' ').toStdString();
-        EXPECT_EQ(error.isEmpty(), c.ok) << error.toStdString();
-    }
-    QString error;
-    const auto o = app::AppOptions::parse(cases[0].args, error);
-    ASSERT_TRUE(o);
-    EXPECT_EQ(o->simulate->name(), "QL-414XE3");
-    EXPECT_TRUE(o->faults.heldByOtherEditor);
-    EXPECT_EQ(o->faults.replyDelayMs, 20);
-    EXPECT_EQ(o->midiFiles, QStringList{"a.mid"});
 }
 
 TEST(DesktopCommands, MidiPortBoxesRememberTheIndexChosen) {
