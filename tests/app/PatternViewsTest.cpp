@@ -133,26 +133,6 @@ TEST_F(VariationPaneTest, ArrowKeysMoveTheWindowOrWithShiftItsEnd) {
     }
 }
 
-TEST_F(VariationPaneTest, WhileDraggingTheHandIsClosedAndTheWindowDrawnFollows) {
-    pane(1, 8);
-    const auto filled = [this](double bar) {
-        const QImage image = strip().grab().toImage();
-        const QPoint p = at(x(bar)) * image.devicePixelRatio();
-        return image.pixelColor(p) != strip().palette().color(QPalette::Base);
-    };
-    EXPECT_FALSE(filled(5.5));
-    QTest::mousePress(&strip(), Qt::LeftButton, {}, at(x(3.5)));
-    EXPECT_EQ(strip().cursor().shape(), Qt::ClosedHandCursor);
-    QTest::mouseMove(&strip(), at(x(4.5)));
-    QTest::mouseMove(&strip(), at(x(5.5)));
-    EXPECT_TRUE(filled(5.5));
-    EXPECT_FALSE(filled(2.5));
-    QTest::mouseRelease(&strip(), Qt::LeftButton, {}, at(x(5.5)));
-    EXPECT_EQ(strip().cursor().shape(), Qt::OpenHandCursor);
-    QTest::mouseClick(&strip(), Qt::LeftButton, {}, at(x(5.5)));
-    EXPECT_EQ(history.stack().count(), 1);  // a click is no edit
-}
-
 TEST_F(VariationPaneTest, TypedNumbersAreKeptInsideThePhraseAndShownAsKept) {
     const struct {
         const char* what;
