@@ -89,21 +89,20 @@ TEST(DesktopCommands, ApplyAllWritesEveryMemoryAndApplyTheChosenOneOrSaysTheUnit
     }
     EXPECT_TRUE(rig.session().alerts().shown().isEmpty());
 
+    const auto apply = [&] {
+        rig.click("CApplyVC", "execButton");
+        ASSERT_TRUE(waitUntil([&] { return rig.dialog("CApplyVC") == nullptr; }));
+    };
     std::filesystem::remove(rig.dataFolder() / "RHYTHM.QL0");
     rig.menus().getMenuOfApply()->trigger();
     rig.dialog("CApplyVC")->findChild<QComboBox*>("mComboBox")->setCurrentIndex(2);
-    rig.click("CApplyVC", "execButton");
-    ASSERT_TRUE(waitUntil([&] { return rig.dialog("CApplyVC") == nullptr; }));
+    apply();
     EXPECT_EQ(rig.window().windowTitle(), "Tavrel [3]");
     EXPECT_TRUE(std::filesystem::exists(rig.dataFolder() / "RHYTHM.QL0"));
 
     // The worker's alert is shown on the UI thread and answered before the dialog closes.
     rig.menus().getMenuOfApply()->trigger();
     rig.unit().unplug();
-    const auto apply = [&] {
-        rig.click("CApplyVC", "execButton");
-        ASSERT_TRUE(waitUntil([&] { return rig.dialog("CApplyVC") == nullptr; }));
-    };
     EXPECT_EQ(alertOf(apply), "Device not connected.");
 }
 
