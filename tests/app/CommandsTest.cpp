@@ -33,7 +33,6 @@ TEST(DesktopCommands, EnablementFollowsThePatternCount) {
     EXPECT_FALSE(rig.menus().getMenuOfSmfLoad()->isEnabled());
     EXPECT_TRUE(remove->isEnabled());
 
-    // Deleting asks first; "Cancel" keeps the patterns.
     rig.window().mPtnEditTableView()->selectRow(49);
     EXPECT_EQ(alertOf([&] { QTest::mouseClick(remove, Qt::LeftButton); }, "Cancel"),
               "Delete rhythm patterns.");
@@ -195,14 +194,6 @@ TEST(DesktopCommands, BuiltInSynthesizerIsAnOutputBesideThePorts) {
 using app::StoredPorts;
 using Kind = StoredPorts::Choice::Kind;
 
-QString portsFile(const QTemporaryDir& folder, const QByteArray& text) {
-    QString path = folder.filePath("ports.conf");
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(text);
-    return path;
-}
-
 TEST(StoredPorts, OnlyAnIndexOrTheSynthesizerIsAChoiceAndTheFirstMakesItsFolder) {
     const struct {
         const char* text = nullptr;
@@ -222,7 +213,11 @@ TEST(StoredPorts, OnlyAnIndexOrTheSynthesizerIsAChoiceAndTheFirstMakesItsFolder)
     };
     const QTemporaryDir folder;
     for (const auto& c : cases) {
-        const StoredPorts ports(portsFile(folder, c.text), "Synth");
+        QFile file(folder.filePath("ports.conf"));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(c.text);
+        file.close();
+        const StoredPorts ports(file.fileName(), "Synth");
         EXPECT_EQ(ports.read("MIDI_IN"), c.choice) << c.text;
     }
     // On a new installation the settings folder does not exist before the first choice.
