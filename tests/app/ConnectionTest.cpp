@@ -127,7 +127,6 @@ TEST(DesktopFiles, SaveThenLoadFromTheUnitAsksBeforeReplacingPatterns) {
     patterns().getPtnData()[0]->setTempo(99);
     QTest::keyClick(&rig.window(), Qt::Key_S, Qt::ControlModifier);
     EXPECT_FALSE(CEditNotify::isEdited());
-    // The status bar says once where the file it replaced is kept.
     const QString kept = "The RHYTHM.QL0 it replaced is kept at ";
     const QString note = rig.window().statusBar()->currentMessage();
     ASSERT_TRUE(note.startsWith(kept)) << note.toStdString();

@@ -26,12 +26,11 @@ using Window = std::pair<int, int>;  // from, bars
 
 class VariationPaneTest : public testing::Test {
 protected:
-    // A current pattern whose variations are `total` bars of 4/4, variation `vari` with
-    // `start` as its window and its pane on screen.
+    // A current pattern whose current variation `vari` is `total` bars of 4/4, with `start` as
+    // its window and its pane on screen.
     CVariationEditBaseView& pane(std::int32_t vari, int total, Window start = {2, 3}) {
-        mPattern = rig.pattern({{0, 36}}, total * 384);
+        mPattern = rig.pattern({{0, 36}}, total * 384, 120, vari);
         mVari = vari;
-        PreviewRig::give(phrase(), {{0, 36}}, total * 384);
         phrase().setFrom(start.first);
         phrase().setBars(start.second);
         mPane.reset(CVariationEditBaseView::make(vari, rig.seq, history));
@@ -132,26 +131,6 @@ TEST_F(VariationPaneTest, ArrowKeysMoveTheWindowOrWithShiftItsEnd) {
         EXPECT_EQ(window(), c.expected) << c.vari << " " << c.key << " " << c.modifiers;
         expectOneStep(c.start, c.expected);
     }
-}
-
-TEST_F(VariationPaneTest, WhileDraggingTheHandIsClosedAndTheWindowDrawnFollows) {
-    pane(1, 8);
-    const auto filled = [this](double bar) {
-        const QImage image = strip().grab().toImage();
-        const QPoint p = at(x(bar)) * image.devicePixelRatio();
-        return image.pixelColor(p) != strip().palette().color(QPalette::Base);
-    };
-    EXPECT_FALSE(filled(5.5));
-    QTest::mousePress(&strip(), Qt::LeftButton, {}, at(x(3.5)));
-    EXPECT_EQ(strip().cursor().shape(), Qt::ClosedHandCursor);
-    QTest::mouseMove(&strip(), at(x(4.5)));
-    QTest::mouseMove(&strip(), at(x(5.5)));
-    EXPECT_TRUE(filled(5.5));
-    EXPECT_FALSE(filled(2.5));
-    QTest::mouseRelease(&strip(), Qt::LeftButton, {}, at(x(5.5)));
-    EXPECT_EQ(strip().cursor().shape(), Qt::OpenHandCursor);
-    QTest::mouseClick(&strip(), Qt::LeftButton, {}, at(x(5.5)));
-    EXPECT_EQ(history.stack().count(), 1);  // a click is no edit
 }
 
 TEST_F(VariationPaneTest, TypedNumbersAreKeptInsideThePhraseAndShownAsKept) {
