@@ -1,5 +1,5 @@
-// The synthesizer as the preview's output: chosen beside the MIDI output, its kits, and what
-// happens on a computer where no audio driver opens.
+// The synthesizer as the preview's output: chosen beside the MIDI output, and what happens on
+// a computer where no audio driver opens.
 #include "device/MidiLib.h"
 #include "device/platform/virtual/VirtualMidiService.h"
 #include "playback/CMidiOutMgr.h"
@@ -35,17 +35,6 @@ TEST_F(SynthOutputTest, WithNoAudioDriverSaysSoOnceAndStillTakesNotes) {
               "plays silently");
     synth->noteOn(38, 100);
     EXPECT_TRUE(sounding());
-}
-
-TEST_F(SynthOutputTest, KitsMapToTheSoundFontsDrumKitsOrTheStandardOne) {
-    // kit number -> drum kit program played; every General MIDI SoundFont the system
-    // packages has the Room (8) and 808 (25) kits and no kit 3.
-    const std::vector<std::pair<int, int>> kits = {{0, 0},   {8, 8},   {25, 25}, {3, 0},
-                                                   {127, 0}, {128, 0}, {-1, 0}};
-    for (const auto& [kit, program] : kits) {
-        synth->programChange(kit);
-        EXPECT_EQ(synth->kitProgram(), program) << kit;
-    }
 }
 
 TEST_F(SynthOutputTest, SelectorSendsToTheChosenOutputAndEndsTheOneLeft) {
