@@ -53,14 +53,11 @@ protected:
         return run(&UnitCommand::run, args);
     }
     // A pattern file converted from the examples named.
-    std::string convert(const std::vector<std::string>& examples) {
-        Args args;
-        for (const auto& name : examples)
-            args.push_back(std::string(TAVREL_EXAMPLES_DIR) + "/" + name);
-        std::string file = (dir / "in.QL0").string();
-        args.insert(args.end(), {"-o", file});
-        EXPECT_EQ(ConvertCommand::run(args, {out, err}), kExitOk) << err.str();
-        return file;
+    std::string convert(Args args) {
+        for (std::string& name : args) name = std::string(TAVREL_EXAMPLES_DIR) + "/" + name;
+        args.insert(args.end(), {"-o", (dir / "in.QL0").string()});
+        EXPECT_EQ(run(&ConvertCommand::run, args), kExitOk) << err.str();
+        return args.back();
     }
 
     struct After {
@@ -70,8 +67,7 @@ protected:
     };
     // `tavrel-cli unit ACTION... --simulate`, with the unit held by another editor first when
     // `held`, and the user's Ctrl-C come before the command starts when `interrupted`.
-    After inSession(const Args& action, bool held, bool interrupted) {
-        Args args = action;
+    After inSession(Args args, bool held, bool interrupted) {
         args.insert(args.end(), {"--simulate", "--sim-storage", storage().string()});
         out.str("");
         err.str("");
@@ -183,14 +179,10 @@ TEST_F(PreviewCommandTest, PlaysTheWindowIntoTheSimulatedUnitAndEndsEveryNote) {
     EXPECT_THAT(out.str(), HasSubstr("variation 1, bars 2 to 2, tempo 350, 4/4, through QL-900 "
                                      "MIDI 1\n"));
     EXPECT_THAT(out.str(), HasSubstr("Stopped after 1."));
-    std::smatch heard;
-    const std::string text = out.str();
-    ASSERT_TRUE(std::regex_search(text, heard,
-                                  std::regex("heard ([0-9]+) note-ons, then "
-                                             "([0-9]+) note-offs")))
-        << text;
-    EXPECT_GT(std::stoi(heard[1]), 0);
-    EXPECT_GT(std::stoi(heard[2]), 0) << "the stop's note-offs come last";
+    // Some notes heard, and the stop's note-offs after them.
+    EXPECT_TRUE(std::regex_search(
+        out.str(), std::regex("heard [1-9][0-9]* note-ons, then [1-9][0-9]* note-offs")))
+        << out.str();
 }
 
 TEST_F(PreviewCommandTest, CtrlCStopsItLongBeforeItsTime) {
