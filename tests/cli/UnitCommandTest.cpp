@@ -18,7 +18,6 @@
 #include <iterator>
 #include <regex>
 #include <string>
-#include <vector>
 
 namespace tavrel::cli {
 namespace {
