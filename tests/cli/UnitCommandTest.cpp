@@ -53,7 +53,7 @@ protected:
     }
     // A pattern file converted from the examples named.
     std::string convert(Args args) {
-        for (std::string& name : args) name = std::string(TAVREL_EXAMPLES_DIR) + "/" + name;
+        for (std::string& name : args) name.insert(0, TAVREL_EXAMPLES_DIR "/");
         args.insert(args.end(), {"-o", (dir / "in.QL0").string()});
         EXPECT_EQ(run(&ConvertCommand::run, args), kExitOk) << err.str();
         return args.back();
