@@ -59,31 +59,6 @@ protected:
         return args.back();
     }
 
-    struct After {
-        int exit;
-        bool editorMode;  // the unit's own state once the command is over
-        bool mounted;
-    };
-    // `tavrel-cli unit ACTION... --simulate`, with the unit held by another editor first when
-    // `held`, and the user's Ctrl-C come before the command starts when `interrupted`.
-    After inSession(Args args, bool held, bool interrupted) {
-        args.insert(args.end(), {"--simulate", "--sim-storage", storage().string()});
-        out.str("");
-        err.str("");
-        Context context;
-        const auto options = UnitOptions::parse(args, err);
-        const auto session = options ? UnitSession::open(*options, err) : nullptr;
-        if (!session) {
-            ADD_FAILURE() << err.str();
-            return {};
-        }
-        sim::SimulatedUnit& simulated = *session->simulatedUnit();
-        simulated.faults().heldByOtherEditor = held;
-        if (interrupted) session->interrupt();
-        const int exit = UnitCommand::run(*session, *options, {out, err});
-        return {exit, simulated.editorMode(), simulated.mounted()};
-    }
-
     fs::path storage() const { return dir / "unit"; }
     fs::path unitFile() const { return storage() / "VANTIK" / "DATA" / "RHYTHM.QL0"; }
 };
@@ -125,8 +100,9 @@ TEST_F(UnitCommandTest, PushedPatternsComeBackByteForByteAndTheReplacedFileIsBac
 }
 
 // The simulator's switches are not on the command line: these run the command through a
-// session opened as the command opens it, with the unit's switches set first. A command the
-// user stopped asks the unit nothing more.
+// session opened as the command opens it, with the unit held by another editor first, or the
+// user's Ctrl-C come before the command starts. A command the user stopped asks the unit
+// nothing more.
 TEST_F(UnitCommandTest, CommandsLetTheUnitGoAndAHeldUnitOrAStoppedCommandIsOnlyReported) {
     ASSERT_EQ(unit({"status"}), kExitOk);  // the unit seeds its storage
     const test::Bytes before = test::readBytes(unitFile());
@@ -141,14 +117,25 @@ TEST_F(UnitCommandTest, CommandsLetTheUnitGoAndAHeldUnitOrAStoppedCommandIsOnlyR
           Case{{"push", in}, true, false}, Case{{"push", in}, false, true}}) {
         SCOPED_TRACE(c.action.front() + (c.held ? " held" : "") +
                      (c.interrupted ? " stopped" : ""));
-        const After after = inSession(c.action, c.held, c.interrupted);
-        EXPECT_FALSE(after.editorMode) << "editor mode ended, or never sent";
-        EXPECT_FALSE(after.mounted);
+        Args args = c.action;
+        args.insert(args.end(), {"--simulate", "--sim-storage", storage().string()});
+        out.str("");
+        err.str("");
+        Context context;
+        const auto options = UnitOptions::parse(args, err);
+        const auto session = options ? UnitSession::open(*options, err) : nullptr;
+        ASSERT_TRUE(session) << err.str();
+        sim::SimulatedUnit& simulated = *session->simulatedUnit();
+        simulated.faults().heldByOtherEditor = c.held;
+        if (c.interrupted) session->interrupt();
+        const int exit = UnitCommand::run(*session, *options, {out, err});
+        EXPECT_FALSE(simulated.editorMode()) << "editor mode ended, or never sent";
+        EXPECT_FALSE(simulated.mounted());
         if (!c.held && !c.interrupted) {
-            EXPECT_EQ(after.exit, kExitOk) << err.str();
+            EXPECT_EQ(exit, kExitOk) << err.str();
             continue;
         }
-        EXPECT_EQ(after.exit, kExitFailed);
+        EXPECT_EQ(exit, kExitFailed);
         EXPECT_EQ(err.str(), c.held ? "tavrel-cli: Unit already occupied.\n" : "");
         if (c.action.front() == "load") {
             EXPECT_EQ(withoutElapsed(out.str()),
