@@ -1,7 +1,6 @@
 #include "cli/BackupsCommand.h"
 #include "cli/CommandRig.h"
 #include "cli/ConvertCommand.h"
-#include "cli/JsonWriter.h"
 #include "cli/ListCommand.h"
 #include "cli/MemoryCommand.h"
 #include "cli/PreviewCommand.h"
@@ -364,18 +363,6 @@ TEST_F(CommandTest, ApplyAllChangesOnlyKitAndTempoInBothMemoryCopies) {
         ASSERT_GT(saved.size(), 5u);
         EXPECT_EQ(treeOf(std::string(saved.begin(), saved.end() - 5)), treeOf(expected)) << name;
     }
-}
-
-TEST(JsonWriter, EscapesAndSeparates) {
-    std::ostringstream s;
-    JsonWriter json(s);
-    json.beginObject().key("a\"b").value("x\\y\n\x01").key("n").beginArray().value(1).value(true);
-    json.beginObject().endObject().endArray().key("bad").value(
-        std::string_view("\xC3\x28\xC3\xA9"));
-    json.endObject();
-    EXPECT_EQ(s.str(),
-              "{\"a\\\"b\":\"x\\\\y\\u000a\\u0001\",\"n\":[1,true,{}],"
-              "\"bad\":\"\\ufffd(\xC3\xA9\"}");
 }
 
 }  // namespace

@@ -17,8 +17,6 @@ namespace {
 using ::testing::HasSubstr;
 
 const std::string kRock = std::string(TAVREL_EXAMPLES_DIR) + "/rock-4-4.mid";
-constexpr std::uintmax_t kWavHeader = 44;
-constexpr std::uintmax_t kFrameBytes = 4;  // 16-bit stereo
 
 class RenderCommandTest : public test::SynthFixture, public test::CommandRig {
 protected:
@@ -35,8 +33,8 @@ TEST_F(RenderCommandTest, RendersTheChosenWindowOfAMidiFileOrAPatternFile) {
                   kExitOk)
             << input << ": " << err.str();
         EXPECT_THAT(out.str(), HasSubstr("3 passes of 383 ticks"));
-        const std::uintmax_t frames =
-            (std::filesystem::file_size(wav()) - kWavHeader) / kFrameBytes;
+        // Frames of 16-bit stereo after the 44-byte header.
+        const std::uintmax_t frames = (std::filesystem::file_size(wav()) - 44) / 4;
         EXPECT_GE(frames, 3U * 997 * 48) << input;
         EXPECT_LT(frames, 3U * 997 * 48 + 5 * 48000) << input << ": at most a few seconds of tail";
         EXPECT_FALSE(std::filesystem::exists(wav() + ".part"));

@@ -18,7 +18,6 @@
 #include <iterator>
 #include <regex>
 #include <string>
-#include <vector>
 
 namespace tavrel::cli {
 namespace {
@@ -53,40 +52,11 @@ protected:
         return run(&UnitCommand::run, args);
     }
     // A pattern file converted from the examples named.
-    std::string convert(const std::vector<std::string>& examples) {
-        Args args;
-        for (const auto& name : examples)
-            args.push_back(std::string(TAVREL_EXAMPLES_DIR) + "/" + name);
-        std::string file = (dir / "in.QL0").string();
-        args.insert(args.end(), {"-o", file});
-        EXPECT_EQ(ConvertCommand::run(args, {out, err}), kExitOk) << err.str();
-        return file;
-    }
-
-    struct After {
-        int exit;
-        bool editorMode;  // the unit's own state once the command is over
-        bool mounted;
-    };
-    // `tavrel-cli unit ACTION... --simulate`, with the unit held by another editor first when
-    // `held`, and the user's Ctrl-C come before the command starts when `interrupted`.
-    After inSession(const Args& action, bool held, bool interrupted) {
-        Args args = action;
-        args.insert(args.end(), {"--simulate", "--sim-storage", storage().string()});
-        out.str("");
-        err.str("");
-        Context context;
-        const auto options = UnitOptions::parse(args, err);
-        const auto session = options ? UnitSession::open(*options, err) : nullptr;
-        if (!session) {
-            ADD_FAILURE() << err.str();
-            return {};
-        }
-        sim::SimulatedUnit& simulated = *session->simulatedUnit();
-        simulated.faults().heldByOtherEditor = held;
-        if (interrupted) session->interrupt();
-        const int exit = UnitCommand::run(*session, *options, {out, err});
-        return {exit, simulated.editorMode(), simulated.mounted()};
+    std::string convert(Args args) {
+        for (std::string& name : args) name.insert(0, TAVREL_EXAMPLES_DIR "/");
+        args.insert(args.end(), {"-o", (dir / "in.QL0").string()});
+        EXPECT_EQ(run(&ConvertCommand::run, args), kExitOk) << err.str();
+        return args.back();
     }
 
     fs::path storage() const { return dir / "unit"; }
@@ -130,8 +100,9 @@ TEST_F(UnitCommandTest, PushedPatternsComeBackByteForByteAndTheReplacedFileIsBac
 }
 
 // The simulator's switches are not on the command line: these run the command through a
-// session opened as the command opens it, with the unit's switches set first. A command the
-// user stopped asks the unit nothing more.
+// session opened as the command opens it, with the unit held by another editor first, or the
+// user's Ctrl-C come before the command starts. A command the user stopped asks the unit
+// nothing more.
 TEST_F(UnitCommandTest, CommandsLetTheUnitGoAndAHeldUnitOrAStoppedCommandIsOnlyReported) {
     ASSERT_EQ(unit({"status"}), kExitOk);  // the unit seeds its storage
     const test::Bytes before = test::readBytes(unitFile());
@@ -146,14 +117,25 @@ TEST_F(UnitCommandTest, CommandsLetTheUnitGoAndAHeldUnitOrAStoppedCommandIsOnlyR
           Case{{"push", in}, true, false}, Case{{"push", in}, false, true}}) {
         SCOPED_TRACE(c.action.front() + (c.held ? " held" : "") +
                      (c.interrupted ? " stopped" : ""));
-        const After after = inSession(c.action, c.held, c.interrupted);
-        EXPECT_FALSE(after.editorMode) << "editor mode ended, or never sent";
-        EXPECT_FALSE(after.mounted);
+        Args args = c.action;
+        args.insert(args.end(), {"--simulate", "--sim-storage", storage().string()});
+        out.str("");
+        err.str("");
+        Context context;
+        const auto options = UnitOptions::parse(args, err);
+        const auto session = options ? UnitSession::open(*options, err) : nullptr;
+        ASSERT_TRUE(session) << err.str();
+        sim::SimulatedUnit& simulated = *session->simulatedUnit();
+        simulated.faults().heldByOtherEditor = c.held;
+        if (c.interrupted) session->interrupt();
+        const int exit = UnitCommand::run(*session, *options, {out, err});
+        EXPECT_FALSE(simulated.editorMode()) << "editor mode ended, or never sent";
+        EXPECT_FALSE(simulated.mounted());
         if (!c.held && !c.interrupted) {
-            EXPECT_EQ(after.exit, kExitOk) << err.str();
+            EXPECT_EQ(exit, kExitOk) << err.str();
             continue;
         }
-        EXPECT_EQ(after.exit, kExitFailed);
+        EXPECT_EQ(exit, kExitFailed);
         EXPECT_EQ(err.str(), c.held ? "tavrel-cli: Unit already occupied.\n" : "");
         if (c.action.front() == "load") {
             EXPECT_EQ(withoutElapsed(out.str()),
@@ -183,14 +165,10 @@ TEST_F(PreviewCommandTest, PlaysTheWindowIntoTheSimulatedUnitAndEndsEveryNote) {
     EXPECT_THAT(out.str(), HasSubstr("variation 1, bars 2 to 2, tempo 350, 4/4, through QL-900 "
                                      "MIDI 1\n"));
     EXPECT_THAT(out.str(), HasSubstr("Stopped after 1."));
-    std::smatch heard;
-    const std::string text = out.str();
-    ASSERT_TRUE(std::regex_search(text, heard,
-                                  std::regex("heard ([0-9]+) note-ons, then "
-                                             "([0-9]+) note-offs")))
-        << text;
-    EXPECT_GT(std::stoi(heard[1]), 0);
-    EXPECT_GT(std::stoi(heard[2]), 0) << "the stop's note-offs come last";
+    // Some notes heard, and the stop's note-offs after them.
+    EXPECT_TRUE(std::regex_search(
+        out.str(), std::regex("heard [1-9][0-9]* note-ons, then [1-9][0-9]* note-offs")))
+        << out.str();
 }
 
 TEST_F(PreviewCommandTest, CtrlCStopsItLongBeforeItsTime) {

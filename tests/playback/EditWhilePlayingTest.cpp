@@ -8,7 +8,7 @@
 #include "model/CPtnDataMgr.h"
 #include "model/Context.h"
 #include "playback/CSeqSim.h"
-#include "playback/PhraseNotes.h"
+#include "playback/PreviewRig.h"
 
 #include <gtest/gtest.h>
 
@@ -25,8 +25,7 @@ using namespace std::chrono_literals;
 void give(CPhraseData& phrase, int step, int endTick) {
     std::vector<test::Note> notes;
     for (int t = 0; t < endTick; t += step) notes.push_back({t, 36 + t % 40});
-    const StepRecords r = test::stepRecords(notes, endTick);
-    phrase.setSeqData(r.data(), static_cast<std::int32_t>(r.size()));
+    test::PreviewRig::give(phrase, notes, endTick);
 }
 
 std::shared_ptr<CPtnDataMgr> newPattern(CPatternMgr& patterns) {

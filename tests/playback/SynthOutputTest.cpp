@@ -1,10 +1,9 @@
-// The synthesizer as the preview's output: chosen beside the MIDI output, its kits, and what
-// happens on a computer where no audio driver opens.
-#include "device/MidiLib.h"
-#include "device/platform/virtual/VirtualMidiService.h"
+// The synthesizer as the preview's output: chosen beside the MIDI output, and what happens on
+// a computer where no audio driver opens.
 #include "playback/CMidiOutMgr.h"
 #include "playback/DrumSynth.h"
 #include "playback/PreviewOutputSelector.h"
+#include "playback/PreviewRig.h"
 #include "playback/SynthAudioDriver.h"
 #include "playback/SynthFixture.h"
 
@@ -37,36 +36,21 @@ TEST_F(SynthOutputTest, WithNoAudioDriverSaysSoOnceAndStillTakesNotes) {
     EXPECT_TRUE(sounding());
 }
 
-TEST_F(SynthOutputTest, KitsMapToTheSoundFontsDrumKitsOrTheStandardOne) {
-    // kit number -> drum kit program played; every General MIDI SoundFont the system
-    // packages has the Room (8) and 808 (25) kits and no kit 3.
-    const std::vector<std::pair<int, int>> kits = {{0, 0},   {8, 8},   {25, 25}, {3, 0},
-                                                   {127, 0}, {128, 0}, {-1, 0}};
-    for (const auto& [kit, program] : kits) {
-        synth->programChange(kit);
-        EXPECT_EQ(synth->kitProgram(), program) << kit;
-    }
-}
-
 TEST_F(SynthOutputTest, SelectorSendsToTheChosenOutputAndEndsTheOneLeft) {
-    VirtualMidiService service;
-    const std::int64_t port = service.addDestination("Synth Port");
-    MidiLib midi(service);
-    midi.searchDevice();
-    midi.selectOutputDevice(0);
-    CMidiOutMgr midiOut(&midi);
+    PreviewRig rig;  // its sequencer is never played
+    CMidiOutMgr midiOut(rig.midi);
     PreviewOutputSelector output(midiOut);
 
     output.useOutput(*synth);
     output.noteOn(38, 100);
     EXPECT_TRUE(sounding());
-    EXPECT_TRUE(service.backlog(port).empty());
+    EXPECT_TRUE(rig.sentSince().all.empty());
 
     output.useMidi();  // the synthesizer's notes end as it is left
     for (int i = 0; i < 400 && synth->activeVoices() > 0; ++i) sounding();
     EXPECT_EQ(synth->activeVoices(), 0);
     output.noteOn(36, 90);
-    EXPECT_EQ(service.backlog(port).size(), 1U);
+    EXPECT_EQ(rig.sentSince().all.size(), 1U);
 }
 
 // Values a MIDI data byte cannot carry are not played, rather than wrapped into other notes.

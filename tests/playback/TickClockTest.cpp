@@ -15,14 +15,6 @@ std::int64_t dueStep(std::int64_t k, std::int64_t tempo) {
     return 1 + 625 * k / tempo;
 }
 
-// Ticks due by step `step` (inclusive).
-std::int64_t ticksDueBy(std::int64_t step, std::int64_t tempo) {
-    if (step < 1) return 0;
-    std::int64_t k = 0;
-    while (dueStep(k, tempo) <= step) ++k;
-    return k;
-}
-
 // A clock at 120 from step 0, polled a whole millisecond at a time.
 class TickClockTest : public ::testing::Test {
 protected:
@@ -64,7 +56,6 @@ TEST_F(TickClockTest, TicksFallOnThresholdsCountedFromTheCycleStart) {
         for (std::int64_t k = 0; dueStep(k, tempo) <= 1251; ++k)
             expected.push_back(dueStep(k, tempo));
         EXPECT_EQ(steps, expected) << "tempo " << tempo;
-        EXPECT_EQ(steps.size(), static_cast<std::size_t>(2 * tempo + 1)) << "tempo " << tempo;
     }
 }
 
@@ -88,7 +79,9 @@ TEST_F(TickClockTest, ALatePollStepsEveryMissedMillisecondAndKeepsTheRest) {
         elapsed += l;
         ticks += clock.tickClockTakePending();
     }
-    EXPECT_EQ(ticks, ticksDueBy(elapsed / 1000, 120));
+    std::int64_t due = 0;
+    while (dueStep(due, 120) <= elapsed / 1000) ++due;
+    EXPECT_EQ(ticks, due);
 }
 
 TEST_F(TickClockTest, ANewTempoRestartsTheCycleAtTheNextTick) {
