@@ -83,6 +83,32 @@ TEST_F(MidiLibTest, ListsTheEndpointsInOrderAndSelectsOnlyThoseStillListedAndThe
     for (const auto& call : recorder.calls) EXPECT_FALSE(call.starts_with("error")) << call;
 }
 
+TEST(MidiLibSetup, AFailedStepIsLoggedAndLeavesATransportThatDoesNothing) {
+    const std::pair<Fault, std::string> steps[] = {
+        {Fault::CreateClient, "Init-MIDIClientCreate"},
+        {Fault::CreateOutputPort, "Init-MIDIOutputPortCreate"},
+        {Fault::CreateInputPort, "Init-MIDIInputPortCreate"},
+    };
+    for (const auto& [fault, label] : steps) {
+        SCOPED_TRACE(label);
+        VirtualMidiService service;
+        const std::int64_t in = service.addSource("QL-900");
+        service.addDestination("QL-900");
+        service.setFault(fault);
+        test::LogCapture log;
+        MidiLib midi(service);
+        service.setFault(Fault::None);
+
+        EXPECT_FALSE(midi.isReady());
+        EXPECT_EQ(log.count(label), 1);
+        midi.searchDevice();
+        EXPECT_TRUE(midi.getInputPortList().empty());
+        EXPECT_TRUE(midi.getOutputPortList().empty());
+        EXPECT_FALSE(midi.selectInputDevice(0));
+        EXPECT_FALSE(service.isConnected(in));
+    }
+}
+
 TEST(AlsaMidiService, WithoutASequencerItSaysSoOnceAndListsNothing) {
     if (test::haveSequencer()) {
         GTEST_SKIP() << "this computer has an ALSA sequencer (/dev/snd/seq), so the path for "
@@ -90,6 +116,7 @@ TEST(AlsaMidiService, WithoutASequencerItSaysSoOnceAndListsNothing) {
     }
     test::LogCapture log;
     AlsaMidiService service;
+    // What a transport on a service that cannot start does is MidiLibSetup's to show.
     for (int attempt = 0; attempt < 2; ++attempt) EXPECT_FALSE(MidiLib(service).isReady());
     EXPECT_EQ(log.count("device: ALSA sequencer not available: "), 1);
 
