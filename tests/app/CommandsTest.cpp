@@ -1,6 +1,6 @@
 // The menu commands and the window's own controls: enablement, keys, delete, Apply and Apply
-// All writing the unit's files, quitting with and without edits, and the MIDI port boxes with the
-// built-in synthesizer and the settings file they keep their choice in.
+// All writing the unit's files, quitting with and without edits, bad command lines, and the MIDI
+// port boxes with the built-in synthesizer and the settings file they keep their choice in.
 #include "AppRig.h"
 
 #include "app/CMidiDeviceComboBox.h"
@@ -120,6 +120,21 @@ TEST(DesktopCommands, QuittingAsksOnlyWithUnsavedEditsAndLetsTheUnitGo) {
     EXPECT_FALSE(rig.window().isVisible());
     ASSERT_TRUE(waitUntil([&] { return !rig.unit().editorMode(); }));
     EXPECT_FALSE(rig.unit().mounted());
+}
+
+// What the program is started with is read before anything opens; a bad line is refused with
+// a reason, never half taken. (--held is a switch of the simulated unit, so it needs one.)
+TEST(DesktopCommands, BadCommandLinesAreRefusedWithAReason) {
+    const QStringList bad[] = {{"--held"},
+                               {"--simulate=QL-1"},
+                               {"--simulate", "--slow"},
+                               {"--screenshot"},
+                               {"--frobnicate"}};
+    for (const QStringList& args : bad) {
+        QString error;
+        EXPECT_FALSE(app::AppOptions::parse(args, error)) << args.join(' ').toStdString();
+        EXPECT_FALSE(error.isEmpty()) << args.join(' ').toStdString();
+    }
 }
 
 TEST(DesktopCommands, MidiPortBoxesRememberTheIndexChosen) {
