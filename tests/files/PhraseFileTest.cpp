@@ -317,6 +317,7 @@ TEST(PhraseFileReading, OnlyARegularFileWithinTheCapIsReadAndAFailureSaysWhy) {
          "is larger than " + std::to_string(groove.size() - 1) +
              " bytes, the most a MIDI file may be"},
         {dir / "pipe.mid", 1 << 20, "is not a regular file"},
+        {"/dev/zero", 1 << 20, "is not a regular file"},  // would never end
         {dir / "missing.mid", 1 << 20, "cannot be read: No such file or directory"},
     };
     for (const Read& c : cases) {
