@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <thread>
 #include <vector>
@@ -65,39 +64,16 @@ inline std::vector<Bytes> pieces(const Bytes& message) {
     return result;
 }
 
-// A short account of received pieces for failure messages, which go out over a slow console:
-// each piece's size, first and last byte, and how often such a piece came in a row.
-inline std::string summary(const std::vector<Bytes>& received) {
-    std::string text;
-    std::string last;
-    int repeats = 0;
-    const auto flush = [&] {
-        if (repeats > 1) text += "x" + std::to_string(repeats) + " ";
-    };
-    for (const Bytes& bytes : received) {
-        char piece[32] = "[] ";
-        if (!bytes.empty()) {
-            std::snprintf(piece, sizeof piece, "%zu:%02X..%02X ", bytes.size(), bytes.front(),
-                          bytes.back());
-        }
-        if (piece == last) {
-            ++repeats;
-            continue;
-        }
-        flush();
-        text += piece;
-        last = piece;
-        repeats = 1;
-    }
-    flush();
-    return text;
-}
-
-// The pieces the delegate got against those expected: a short account of both first, so that a
-// failure shows where they part.
+// The pieces the delegate got against those expected, exactly. A failure names where they part
+// rather than printing thousands of bytes over the guest's slow console.
 inline void expectPieces(const std::vector<Bytes>& received, const std::vector<Bytes>& expected) {
-    EXPECT_EQ(summary(received), summary(expected));
-    EXPECT_TRUE(received == expected) << "same sizes, other bytes";
+    const auto [got, wanted] =
+        std::mismatch(received.begin(), received.end(), expected.begin(), expected.end());
+    EXPECT_TRUE(got == received.end() && wanted == expected.end())
+        << "received " << received.size() << " pieces, expected " << expected.size()
+        << "; they part at piece " << (got - received.begin()) << " ("
+        << (got == received.end() ? 0 : got->size()) << " bytes against "
+        << (wanted == expected.end() ? 0 : wanted->size()) << ")";
 }
 
 }  // namespace tavrel::test
